@@ -1,0 +1,12 @@
+#ifndef QUORVEX_QUORVEX_H
+#define QUORVEX_QUORVEX_H
+
+// Umbrella header: every class, record and free function a host can use.
+
+#include <quorvex/AFUtil.h>
+#include <quorvex/AudioFilter.h>
+#include <quorvex/RealAudioBuffer.h>
+
+#include <quorvex/ALCFilter.h>
+
+#endif
