@@ -1,0 +1,314 @@
+#include "audio_file.h"
+
+#include "error.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cctype>
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdio>
+#include <cstdint>
+#include <cstring>
+#include <utility>
+
+namespace {
+
+std::string systemError() { return std::strerror(errno); }
+
+// libsndfile's messages may start with "Error : " and end with a full stop;
+// ours are one plain line.
+std::string withoutFullStop(std::string text) {
+    const std::string prefix = "Error : ";
+    if (text.rfind(prefix, 0) == 0) text.erase(0, prefix.size());
+    while (!text.empty() && (text.back() == '.' || text.back() == '\n')) text.pop_back();
+    return text;
+}
+
+// libsndfile opens a WAV or AIFF file whose audio chunk is cut short and
+// notes it in its log; a file that ends early is an error here, not audio.
+bool logShowsShortAudioChunk(SNDFILE* file) {
+    char log[8192] = {0};
+    sf_command(file, SFC_GET_LOG_INFO, log, sizeof log);
+    for (const char* chunk : {"\ndata :", "\nSSND :"}) {
+        const char* line = std::strstr(log, chunk);
+        if (line == nullptr) continue;
+        const char* end = std::strchr(line + 1, '\n');
+        const std::string text(line, end ? end : line + std::strlen(line));
+        if (text.find("should be") != std::string::npos) return true;
+    }
+    return false;
+}
+
+// Integer PCM as libsndfile hands it over: left-justified in 32 bits.
+void packSample(int32_t sample, int bits, unsigned char* bytes) {
+    const uint32_t value = static_cast<uint32_t>(sample) >> (32 - bits);
+    for (int i = 0; i < bits / 8; ++i) bytes[i] = static_cast<unsigned char>(value >> (8 * i));
+}
+
+int32_t unpackSample(const unsigned char* bytes, int bits) {
+    uint32_t value = 0;
+    for (int i = 0; i < bits / 8; ++i) value |= static_cast<uint32_t>(bytes[i]) << (8 * i);
+    return static_cast<int32_t>(value << (32 - bits));
+}
+
+}  // namespace
+
+InputFile::InputFile(const std::string& path) : filePath(path) {
+    struct stat status;
+    if (stat(path.c_str(), &status) != 0) throw CliError("cannot read " + path + ": " + systemError());
+    if (!S_ISREG(status.st_mode)) throw CliError("cannot read " + path + ": not a regular file");
+    file = sf_open(path.c_str(), SFM_READ, &sfInfo);
+    if (file == nullptr)
+        throw CliError("cannot read " + path + ": " + withoutFullStop(sf_strerror(nullptr)));
+    if (logShowsShortAudioChunk(file)) {
+        sf_close(file);
+        throw CliError(path + " is truncated: the file ends before the audio its header announces");
+    }
+}
+
+InputFile::~InputFile() { sf_close(file); }
+
+int InputFile::integerBits() const {
+    switch (sfInfo.format & SF_FORMAT_SUBMASK) {
+        case SF_FORMAT_PCM_S8:
+        case SF_FORMAT_PCM_U8:
+        case SF_FORMAT_PCM_16: return 16;
+        case SF_FORMAT_PCM_24: return 24;
+        case SF_FORMAT_PCM_32: return 32;
+        default: return 0;
+    }
+}
+
+namespace {
+
+std::string formatName(int format) {
+    SF_FORMAT_INFO query{};
+    query.format = format;
+    sf_command(nullptr, SFC_GET_FORMAT_INFO, &query, sizeof query);
+    return query.name ? query.name : "unknown";
+}
+
+}  // namespace
+
+std::string InputFile::describeContainer() const {
+    return formatName(sfInfo.format & SF_FORMAT_TYPEMASK);
+}
+
+std::string InputFile::describeEncoding() const {
+    return formatName(sfInfo.format & SF_FORMAT_SUBMASK);
+}
+
+void InputFile::requireMonoOrStereo() const {
+    if (sfInfo.channels > 2)
+        throw CliError(filePath + " has " + std::to_string(sfInfo.channels) +
+                       " channels; quorvex processes mono and stereo files only");
+}
+
+sf_count_t InputFile::counted(sf_count_t frames) {
+    if (sf_error(file) != SF_ERR_NO_ERROR)
+        throw CliError("cannot read " + filePath + ": " + withoutFullStop(sf_strerror(file)));
+    framesRead += frames;
+    return frames;
+}
+
+sf_count_t InputFile::readInterleaved(double* samples, sf_count_t frames) {
+    return counted(sf_readf_double(file, samples, frames));
+}
+
+sf_count_t InputFile::readStereo(double* samples, sf_count_t frames) {
+    const sf_count_t got = readInterleaved(samples, frames);
+    if (sfInfo.channels == 1)  // spread in place from the back, so nothing is overwritten unread
+        for (sf_count_t i = got - 1; i >= 0; --i) samples[2 * i] = samples[2 * i + 1] = samples[i];
+    return got;
+}
+
+sf_count_t InputFile::readStereoPcm(unsigned char* bytes, sf_count_t frames, int bits) {
+    const size_t needed = static_cast<size_t>(frames * sfInfo.channels);
+    if (widened.size() < needed) widened.resize(needed);
+    const sf_count_t got = counted(sf_readf_int(file, widened.data(), frames));
+    const int width = bits / 8;
+    for (sf_count_t f = 0; f < got; ++f) {
+        const int* frame = &widened[static_cast<size_t>(f * sfInfo.channels)];
+        packSample(frame[0], bits, bytes + (2 * f) * width);
+        packSample(frame[sfInfo.channels - 1], bits, bytes + (2 * f + 1) * width);
+    }
+    return got;
+}
+
+void InputFile::requireFullyRead() const {
+    if (framesRead < sfInfo.frames)
+        throw CliError(filePath + " is truncated: it ends after " + std::to_string(framesRead) +
+                       " of the " + std::to_string(sfInfo.frames) + " frames its header announces");
+}
+
+SampleEncoding encodingForBits(int bits) {
+    switch (bits) {
+        case 16: return SampleEncoding::Pcm16;
+        case 24: return SampleEncoding::Pcm24;
+        default: return SampleEncoding::Pcm32;
+    }
+}
+
+SampleEncoding parseEncoding(const std::string& text) {
+    if (text == "16") return SampleEncoding::Pcm16;
+    if (text == "24") return SampleEncoding::Pcm24;
+    if (text == "32") return SampleEncoding::Pcm32;
+    if (text == "float") return SampleEncoding::Float;
+    throw UsageError("--bits " + text + ": choose 16, 24, 32 or float");
+}
+
+namespace {
+
+// The temporary output file, removed if a signal ends the program.
+char pendingTempPath[PATH_MAX];
+
+void removePendingAndDie(int signal) {
+    if (pendingTempPath[0] != '\0') unlink(pendingTempPath);
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+void guardTempFile(const std::string& path) {
+    std::snprintf(pendingTempPath, sizeof pendingTempPath, "%s", path.c_str());
+    for (int sig : {SIGINT, SIGTERM, SIGHUP}) std::signal(sig, removePendingAndDie);
+    // Past a file-size limit a write should fail and be reported, not kill us.
+    std::signal(SIGXFSZ, SIG_IGN);
+}
+
+void releaseTempFile() { pendingTempPath[0] = '\0'; }
+
+int majorFormatFor(const std::string& path) {
+    const size_t dot = path.find_last_of("./");
+    std::string extension = dot == std::string::npos || path[dot] == '/' ? "" : path.substr(dot + 1);
+    for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    if (extension == "wav") return SF_FORMAT_WAV;
+    if (extension == "flac") return SF_FORMAT_FLAC;
+    if (extension == "aif" || extension == "aiff") return SF_FORMAT_AIFF;
+    throw UsageError(path + ": quorvex writes .wav, .flac and .aiff files; choose one of these");
+}
+
+int subtypeFor(SampleEncoding encoding) {
+    switch (encoding) {
+        case SampleEncoding::Pcm16: return SF_FORMAT_PCM_16;
+        case SampleEncoding::Pcm24: return SF_FORMAT_PCM_24;
+        case SampleEncoding::Pcm32: return SF_FORMAT_PCM_32;
+        case SampleEncoding::Float: return SF_FORMAT_FLOAT;
+    }
+    return 0;
+}
+
+std::string directoryOf(const std::string& path) {
+    const size_t slash = path.find_last_of('/');
+    if (slash == std::string::npos) return ".";
+    return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+mode_t defaultFileMode() {
+    const mode_t mask = umask(0);
+    umask(mask);
+    return 0666 & ~mask;
+}
+
+}  // namespace
+
+const char* encodingName(SampleEncoding encoding) {
+    switch (encoding) {
+        case SampleEncoding::Pcm16: return "16-bit";
+        case SampleEncoding::Pcm24: return "24-bit";
+        case SampleEncoding::Pcm32: return "32-bit";
+        case SampleEncoding::Float: return "float";
+    }
+    return "";
+}
+
+bool fileTypeHoldsFloat(const std::string& path) {
+    SF_INFO info{};
+    info.samplerate = 44100;
+    info.channels = 2;
+    info.format = majorFormatFor(path) | SF_FORMAT_FLOAT;
+    return sf_format_check(&info) != 0;
+}
+
+OutputFile::OutputFile(const std::string& path, int rate, SampleEncoding encoding)
+    : finalPath(path) {
+    SF_INFO info{};
+    info.samplerate = rate;
+    info.channels = 2;
+    info.format = majorFormatFor(path) | subtypeFor(encoding);
+    if (!sf_format_check(&info))
+        throw UsageError(path + ": this file type cannot hold " + encodingName(encoding) +
+                         " samples at " + std::to_string(rate) + " Hz; choose another --bits or type");
+
+    const size_t slash = path.find_last_of('/');
+    std::string name = directoryOf(path) + "/." +
+                       (slash == std::string::npos ? path : path.substr(slash + 1)) + ".XXXXXX";
+    const int fd = mkstemp(name.data());
+    if (fd < 0) throw CliError("cannot write " + path + ": " + systemError());
+    tempPath = name;
+    guardTempFile(tempPath);
+    fchmod(fd, defaultFileMode());
+
+    // libsndfile closes its descriptor; a second one lets commit() flush the
+    // file to disk, where a full disk may only then show.
+    syncFd = dup(fd);
+    file = sf_open_fd(fd, SFM_WRITE, &info, SF_TRUE);
+    if (file == nullptr) {
+        close(fd);
+        close(syncFd);
+        unlink(tempPath.c_str());
+        releaseTempFile();
+        throw CliError("cannot write " + path + ": " + withoutFullStop(sf_strerror(nullptr)));
+    }
+    if (encoding != SampleEncoding::Float) sf_command(file, SFC_SET_CLIPPING, nullptr, SF_TRUE);
+}
+
+OutputFile::~OutputFile() {
+    if (file != nullptr) sf_close(file);
+    if (syncFd >= 0) close(syncFd);
+    if (!tempPath.empty()) {
+        unlink(tempPath.c_str());
+        releaseTempFile();
+    }
+}
+
+void OutputFile::written(sf_count_t wanted, sf_count_t done) {
+    if (done != wanted)
+        throw CliError("cannot write " + finalPath + ": " +
+                       (errno != 0 ? systemError() : withoutFullStop(sf_strerror(file))));
+}
+
+void OutputFile::writeStereo(const double* samples, sf_count_t frames) {
+    errno = 0;
+    written(frames, sf_writef_double(file, samples, frames));
+}
+
+void OutputFile::writeStereoPcm(const unsigned char* bytes, sf_count_t frames, int bits) {
+    const size_t count = static_cast<size_t>(2 * frames);
+    if (unpacked.size() < count) unpacked.resize(count);
+    for (size_t i = 0; i < count; ++i) unpacked[i] = unpackSample(bytes + i * (bits / 8), bits);
+    errno = 0;
+    written(frames, sf_writef_int(file, unpacked.data(), frames));
+}
+
+void OutputFile::commit() {
+    const int closed = sf_close(file);
+    file = nullptr;
+    if (closed != 0)
+        throw CliError("cannot write " + finalPath + ": " + withoutFullStop(sf_error_number(closed)));
+    if (fsync(syncFd) != 0 || close(std::exchange(syncFd, -1)) != 0 ||
+        rename(tempPath.c_str(), finalPath.c_str()) != 0)
+        throw CliError("cannot write " + finalPath + ": " + systemError());
+    tempPath.clear();
+    releaseTempFile();
+}
+
+void refuseSameFile(const std::string& in, const std::string& out) {
+    struct stat inStatus;
+    struct stat outStatus;
+    if (stat(in.c_str(), &inStatus) == 0 && stat(out.c_str(), &outStatus) == 0 &&
+        inStatus.st_dev == outStatus.st_dev && inStatus.st_ino == outStatus.st_ino)
+        throw UsageError(out + " is the input file; write the output to another file");
+}

@@ -1,0 +1,85 @@
+#ifndef QUORVEX_CLI_AUDIO_FILE_H
+#define QUORVEX_CLI_AUDIO_FILE_H
+
+// Audio files through libsndfile. Reading widens mono to stereo; writing goes
+// to a temporary file beside the target that only commit() renames into
+// place, so a failed run leaves no partial output behind.
+
+#include <sndfile.h>
+
+#include <string>
+#include <vector>
+
+class InputFile {
+public:
+    explicit InputFile(const std::string& path);
+    ~InputFile();
+    InputFile(const InputFile&) = delete;
+    InputFile& operator=(const InputFile&) = delete;
+
+    const std::string& path() const { return filePath; }
+    const SF_INFO& info() const { return sfInfo; }
+    // 16, 24 or 32 for integer PCM (8-bit sources widen to 16 without loss);
+    // 0 for float and every other encoding, which are read as doubles.
+    int integerBits() const;
+    std::string describeContainer() const;
+    std::string describeEncoding() const;
+
+    // Throws unless the file has one or two channels.
+    void requireMonoOrStereo() const;
+
+    // Frames as stored, all channels interleaved.
+    sf_count_t readInterleaved(double* samples, sf_count_t frames);
+    // Stereo frames of doubles at full scale 1.0.
+    sf_count_t readStereo(double* samples, sf_count_t frames);
+    // Stereo frames of little-endian integer PCM of `bits` bits.
+    sf_count_t readStereoPcm(unsigned char* bytes, sf_count_t frames, int bits);
+
+    // Throws if fewer frames came out than the header promised.
+    void requireFullyRead() const;
+
+private:
+    sf_count_t counted(sf_count_t frames);
+
+    std::string filePath;
+    SF_INFO sfInfo{};
+    SNDFILE* file = nullptr;
+    sf_count_t framesRead = 0;
+    std::vector<int> widened;
+};
+
+// Sample encodings an output file can be asked for.
+enum class SampleEncoding { Pcm16, Pcm24, Pcm32, Float };
+
+SampleEncoding encodingForBits(int bits);
+const char* encodingName(SampleEncoding encoding);
+bool fileTypeHoldsFloat(const std::string& path);
+// "16", "24", "32" or "float"; throws UsageError for anything else.
+SampleEncoding parseEncoding(const std::string& text);
+
+class OutputFile {
+public:
+    OutputFile(const std::string& path, int rate, SampleEncoding encoding);
+    ~OutputFile();
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    void writeStereo(const double* samples, sf_count_t frames);
+    void writeStereoPcm(const unsigned char* bytes, sf_count_t frames, int bits);
+    // Closes the file and moves it to its final name.
+    void commit();
+
+private:
+    void written(sf_count_t wanted, sf_count_t done);
+
+    std::string finalPath;
+    std::string tempPath;
+    SNDFILE* file = nullptr;
+    int syncFd = -1;
+    std::vector<int> unpacked;
+};
+
+// Throws when writing OUT would overwrite IN (the same path or the same file).
+void refuseSameFile(const std::string& in, const std::string& out);
+
+#endif

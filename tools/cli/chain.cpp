@@ -1,0 +1,192 @@
+#include "chain.h"
+
+#include "error.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <sstream>
+
+namespace {
+
+constexpr size_t kMaxChainLength = 10;  // the most filters one composition holds
+
+std::string formatNumber(double value) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%g", value);
+    return text;
+}
+
+std::string lowercase(std::string text) {
+    for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return text;
+}
+
+bool endsWith(const std::string& text, const std::string& tail) {
+    return text.size() >= tail.size() && text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
+}
+
+std::string joined(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) text += (text.empty() ? "" : ", ") + word;
+    return text;
+}
+
+std::string rangeText(const ParamSpec& spec) {
+    std::string text = formatNumber(spec.min) + " to " + formatNumber(spec.max);
+    return spec.unit.empty() ? text : text + " " + spec.unit;
+}
+
+// A number with an optional unit after it ("+3", "-2dB", "48k", "48000Hz").
+double parseNumber(const std::string& filter, const ParamSpec& spec, const std::string& text) {
+    std::string digits = lowercase(text);
+    const std::string unit = lowercase(spec.unit);
+    if (!unit.empty() && endsWith(digits, unit)) digits.resize(digits.size() - unit.size());
+    double scale = 1.0;
+    if (unit == "hz" && endsWith(digits, "k")) {
+        digits.pop_back();
+        scale = 1000.0;
+    }
+    char* end = nullptr;
+    const double value = std::strtod(digits.c_str(), &end) * scale;
+    if (digits.empty() || *end != '\0' || !std::isfinite(value))
+        throw UsageError(filter + ": " + spec.key + "=" + text + " is not a number");
+    if (value < spec.min || value > spec.max)
+        throw UsageError(filter + ": " + spec.key + "=" + text + " is out of range: " +
+                         spec.key + " takes " + rangeText(spec));
+    return value;
+}
+
+double parseSwitch(const std::string& filter, const ParamSpec& spec, const std::string& text) {
+    const std::string word = lowercase(text);
+    if (word == "on" || word == "yes" || word == "true" || word == "1") return 1.0;
+    if (word == "off" || word == "no" || word == "false" || word == "0") return 0.0;
+    throw UsageError(filter + ": " + spec.key + "=" + text + " must be on or off");
+}
+
+void setValue(const std::string& filter, const ParamSpec& spec, const std::string& text,
+              bool given, ParamValues& values) {
+    switch (spec.kind) {
+        case ParamKind::Number:
+            values.set(spec.key, text, parseNumber(filter, spec, text), given);
+            return;
+        case ParamKind::Switch: {
+            const double on = parseSwitch(filter, spec, text);
+            values.set(spec.key, on != 0.0 ? "on" : "off", on, given);
+            return;
+        }
+        case ParamKind::Choice:
+            if (std::find(spec.choices.begin(), spec.choices.end(), lowercase(text)) ==
+                spec.choices.end())
+                throw UsageError(filter + ": " + spec.key + "=" + text + " is not one of " +
+                                 joined(spec.choices));
+            values.set(spec.key, lowercase(text), 0.0, given);
+            return;
+        case ParamKind::Path:
+            if (given && text.empty()) throw UsageError(filter + ": " + spec.key + " needs a file name");
+            values.set(spec.key, text, 0.0, given);
+            return;
+    }
+}
+
+std::vector<std::string> split(const std::string& text, char separator) {
+    std::vector<std::string> parts;
+    std::string part;
+    std::istringstream stream(text);
+    while (std::getline(stream, part, separator)) parts.push_back(part);
+    if (!text.empty() && text.back() == separator) parts.emplace_back();
+    return parts;
+}
+
+std::string keyList(const FilterEntry& entry) {
+    std::vector<std::string> keys;
+    for (const ParamSpec& spec : entry.params) keys.push_back(spec.key);
+    return keys.empty() ? "no parameters" : "the parameters " + joined(keys);
+}
+
+ParamValues parseSettings(const FilterEntry& entry, const std::string& settings) {
+    ParamValues values;
+    for (const ParamSpec& spec : entry.params) setValue(entry.name, spec, spec.defaultValue, false, values);
+    if (settings.empty()) return values;
+
+    std::vector<std::string> seen;
+    for (const std::string& item : split(settings, ',')) {
+        const size_t equals = item.find('=');
+        std::string key = equals == std::string::npos ? entry.positional : item.substr(0, equals);
+        const std::string text = equals == std::string::npos ? item : item.substr(equals + 1);
+        if (item.empty()) throw UsageError(entry.name + ": empty setting in '" + settings + "'");
+        if (key.empty())
+            throw UsageError(entry.name + ": '" + item + "' needs the form parameter=value");
+        const ParamSpec* spec = entry.findParam(key);
+        if (spec == nullptr)
+            throw UsageError(entry.name + ": unknown parameter '" + key + "' (" + entry.name +
+                             " takes " + keyList(entry) + ")");
+        if (std::find(seen.begin(), seen.end(), key) != seen.end())
+            throw UsageError(entry.name + ": " + key + " is given twice");
+        seen.push_back(key);
+        setValue(entry.name, *spec, text, true, values);
+    }
+    return values;
+}
+
+// Filters whose instances share process-wide state would disturb each other
+// within one chain: the second would reset or retune the first.
+void refuseSharedStateTwice(const std::vector<ChainStep>& steps) {
+    for (size_t i = 0; i < steps.size(); ++i) {
+        const FilterEntry& entry = *steps[i].entry;
+        if (entry.sharedState.empty()) continue;
+        for (size_t j = i + 1; j < steps.size(); ++j)
+            if (steps[j].entry == &entry)
+                throw UsageError("the chain holds " + entry.name + " twice, but every " +
+                                 entry.name + " shares one process-wide " + entry.sharedState +
+                                 ", so a second one would disturb the first: give one " +
+                                 entry.name + " all its settings");
+    }
+}
+
+}  // namespace
+
+std::vector<ChainStep> parseChain(const std::string& text) {
+    std::vector<ChainStep> steps;
+    std::istringstream words(text);
+    std::string word;
+    while (words >> word) {
+        const size_t colon = word.find(':');
+        const std::string name = lowercase(word.substr(0, colon));
+        const FilterEntry* entry = findFilter(name);
+        if (entry == nullptr)
+            throw UsageError("unknown filter '" + name + "' in the chain ('quorvex list' shows the filters)");
+        const std::string settings = colon == std::string::npos ? "" : word.substr(colon + 1);
+        steps.push_back(ChainStep{entry, parseSettings(*entry, settings)});
+    }
+    if (steps.empty()) throw UsageError("the chain is empty: name at least one filter");
+    if (steps.size() > kMaxChainLength)
+        throw UsageError("the chain has " + std::to_string(steps.size()) + " filters; at most " +
+                         std::to_string(kMaxChainLength) + " can run in one chain");
+    refuseSharedStateTwice(steps);
+    return steps;
+}
+
+Chain::Chain(const std::vector<ChainStep>& steps, StreamFormat input) : formats{input} {
+    for (const ChainStep& step : steps) {
+        BuiltFilter built = step.entry->build(step.values, formats.back());
+        members.push_back(std::move(built.filter));
+        formats.push_back(built.output);
+    }
+    if (members.size() > 1)
+        throw UsageError("chains of more than one filter cannot run yet");
+}
+
+Chain::~Chain() = default;
+
+RealAudioFilter& Chain::outermost() { return composition ? *composition : *members.front(); }
+
+double Chain::widestRateRatio() const {
+    int widest = 0;
+    for (const StreamFormat& format : formats) widest = std::max(widest, format.rate);
+    return static_cast<double>(widest) / formats.front().rate;
+}
+
+std::string Chain::name() { return outermost().getName(); }

@@ -1,0 +1,95 @@
+// quorvex list and quorvex help: what the tool offers and how to ask for it.
+#include "commands.h"
+#include "error.h"
+#include "registry.h"
+
+#include <cstdio>
+
+namespace {
+
+std::string valueSyntax(const ParamSpec& spec) {
+    switch (spec.kind) {
+        case ParamKind::Number: {
+            char range[96];
+            std::snprintf(range, sizeof range, "%g to %g%s%s", spec.min, spec.max,
+                          spec.unit.empty() ? "" : " ", spec.unit.c_str());
+            return range;
+        }
+        case ParamKind::Choice: {
+            std::string text;
+            for (const std::string& choice : spec.choices) text += (text.empty() ? "" : "|") + choice;
+            return text;
+        }
+        case ParamKind::Switch: return "on|off";
+        case ParamKind::Path: return "FILE";
+    }
+    return "";
+}
+
+void printEntry(const FilterEntry& entry) {
+    std::printf("%s: %s\n", entry.name.c_str(), entry.summary.c_str());
+    std::printf("    acts at %s\n", entry.rates.c_str());
+    if (!entry.sharedState.empty())
+        std::printf("    one per chain: all instances share one %s\n", entry.sharedState.c_str());
+    if (!entry.positional.empty())
+        std::printf("    %s:VALUE sets %s\n", entry.name.c_str(), entry.positional.c_str());
+    for (const ParamSpec& spec : entry.params) {
+        const std::string syntax = spec.key + "=" + valueSyntax(spec);
+        const std::string fallback =
+            spec.defaultValue.empty() ? "" : " (default " + spec.defaultValue + ")";
+        std::printf("    %-28s %s%s\n", syntax.c_str(), spec.help.c_str(), fallback.c_str());
+    }
+}
+
+constexpr const char* kHelp = R"(quorvex: runs audio files through chains of the library's filters
+
+usage:
+  quorvex process IN OUT --chain "CHAIN" [--bits 16|24|32|float] [--quiet]
+  quorvex info FILE
+  quorvex list
+  quorvex demo [DIR]
+  quorvex help
+
+process   reads IN, runs it through CHAIN and writes OUT (.wav, .flac or .aiff).
+          OUT gets the rate and depth the chain produces (twice the rate and
+          24 bits after velmo; the fixed rate after resample) unless --bits
+          asks for another depth. Integer sources take the library's integer
+          road; float sources stay doubles. Mono input comes out as stereo.
+          OUT appears only when everything went well; IN is never changed.
+          A progress bar shows on stderr when it is a terminal (--quiet: none).
+info      format, rate, depth, channels, length, peak and RMS level of FILE.
+list      every filter with its parameters, ranges, defaults and rates.
+demo      synthesises a test signal, runs it through an equalizer and the
+          enhancer, and writes both files and their spectrograms to DIR
+          (default: quorvex-demo).
+
+CHAIN is one or more filters separated by spaces, applied in order:
+  NAME                    a filter with its default settings
+  NAME:KEY=VALUE,...      with settings; numbers may carry their unit (-2dB, 48kHz)
+  NAME:VALUE              sets the filter's main parameter (resample:48000)
+A filter whose instances share process-wide state may appear once per chain.
+
+examples:
+  quorvex process song.wav loud.wav --chain "alc:mode=sample"
+  quorvex process song.flac bright.flac --chain "eq:63=+3,1k=-2,16k=+6"
+  quorvex process song.wav hires.wav --chain "eq:16k=+3 velmo:source=mp3,mode=fine"
+  quorvex process song.wav song48.flac --chain "resample:48000" --bits 16
+)";
+
+}  // namespace
+
+int runList(const Arguments& args) {
+    if (!args.empty()) throw UsageError("usage: quorvex list");
+    bool first = true;
+    for (const FilterEntry& entry : filterRegistry()) {
+        if (!first) std::printf("\n");
+        first = false;
+        printEntry(entry);
+    }
+    return 0;
+}
+
+int runHelp(const Arguments&) {
+    std::fputs(kHelp, stdout);
+    return 0;
+}

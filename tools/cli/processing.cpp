@@ -1,0 +1,99 @@
+#include "processing.h"
+
+#include "audio_file.h"
+#include "chain.h"
+#include "error.h"
+#include "progress.h"
+
+#include <cmath>
+#include <memory>
+#include <vector>
+
+namespace {
+
+constexpr int kBlockFrames = 4096;
+
+// Both ways through the library read one block of the input, run it through
+// the chain and write what comes out.
+class BlockRunner {
+public:
+    virtual ~BlockRunner() = default;
+    // Returns the input frames consumed; 0 at the end of the input.
+    virtual long long runBlock(InputFile& in, OutputFile& out) = 0;
+    long long framesWritten() const { return written; }
+
+protected:
+    long long written = 0;
+};
+
+// Room for one block at the widest rate inside the chain, since a
+// composition's intermediate buffers are as large as its output buffer.
+int doublesForWidestBlock(Chain& chain) {
+    return 2 * static_cast<int>(std::ceil(kBlockFrames * chain.widestRateRatio())) + 2;
+}
+
+// Float and other non-integer sources: doubles straight into the chain.
+class DoubleRunner : public BlockRunner {
+public:
+    explicit DoubleRunner(Chain& chain)
+        : chain(chain), in(2 * kBlockFrames, chain.input().rate, chain.input().bits),
+          out(doublesForWidestBlock(chain), chain.output().rate, chain.output().bits) {}
+
+    long long runBlock(InputFile& file, OutputFile& target) override {
+        const long long frames = file.readStereo(in.data, kBlockFrames);
+        if (frames == 0) return 0;
+        in.length = static_cast<int>(2 * frames);
+        out.length = 0;
+        out.sampleRate = chain.output().rate;
+        out.bitsPerSample = chain.output().bits;
+        if (chain.outermost().process(&in, &out) < 0)
+            throw CliError("the chain " + chain.name() + " failed on a block");
+        target.writeStereo(out.data, out.length / 2);
+        written += out.length / 2;
+        return frames;
+    }
+
+private:
+    Chain& chain;
+    RealAudioBuffer in;
+    RealAudioBuffer out;
+};
+
+SampleEncoding outputEncoding(const ProcessRequest& request, const InputFile& in, Chain& chain) {
+    if (!request.bits.empty()) return parseEncoding(request.bits);
+    if (in.integerBits() != 0) return encodingForBits(chain.output().bits);
+    return fileTypeHoldsFloat(request.output) ? SampleEncoding::Float : SampleEncoding::Pcm24;
+}
+
+// Sources that are not integer PCM run at a 24-bit label: as fine a grain as
+// the filters that look at the depth know.
+constexpr int kFloatSourceBits = 24;
+
+}  // namespace
+
+ProcessResult processFile(const ProcessRequest& request) {
+    const std::vector<ChainStep> steps = parseChain(request.chain);
+    refuseSameFile(request.input, request.output);
+    InputFile in(request.input);
+    in.requireMonoOrStereo();
+    const int bits = in.integerBits() != 0 ? in.integerBits() : kFloatSourceBits;
+    Chain chain(steps, StreamFormat{in.info().samplerate, bits});
+    const SampleEncoding encoding = outputEncoding(request, in, chain);
+    OutputFile out(request.output, chain.output().rate, encoding);
+
+    std::unique_ptr<BlockRunner> runner = std::make_unique<DoubleRunner>(chain);
+    Progress progress(request.showProgress, in.info().frames, in.info().samplerate);
+    long long framesIn = 0;
+    while (const long long frames = runner->runBlock(in, out)) {
+        framesIn += frames;
+        progress.update(framesIn);
+    }
+    in.requireFullyRead();
+    out.commit();
+    progress.finish();
+
+    return ProcessResult{chain.input(),      chain.output(),
+                         encodingName(encoding), chain.name(),
+                         framesIn,           runner->framesWritten(),
+                         progress.elapsedSeconds()};
+}

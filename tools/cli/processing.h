@@ -1,0 +1,31 @@
+#ifndef QUORVEX_CLI_PROCESSING_H
+#define QUORVEX_CLI_PROCESSING_H
+
+// Runs one audio file through a chain into another, block by block, so memory
+// stays the same whatever the file's length.
+
+#include "registry.h"
+
+#include <string>
+
+struct ProcessRequest {
+    std::string input;
+    std::string output;
+    std::string chain;
+    std::string bits;  // empty: follow the chain
+    bool showProgress = false;
+};
+
+struct ProcessResult {
+    StreamFormat input;
+    StreamFormat output;
+    std::string outputEncoding;
+    std::string chainName;
+    long long framesIn = 0;
+    long long framesOut = 0;
+    double seconds = 0.0;
+};
+
+ProcessResult processFile(const ProcessRequest& request);
+
+#endif

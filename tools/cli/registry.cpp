@@ -1,0 +1,115 @@
+#include "registry.h"
+
+#include "error.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+ParamSpec makeSpec(std::string key, ParamKind kind, std::string defaultValue, std::string help) {
+    ParamSpec spec;
+    spec.key = std::move(key);
+    spec.kind = kind;
+    spec.defaultValue = std::move(defaultValue);
+    spec.help = std::move(help);
+    return spec;
+}
+
+}  // namespace
+
+ParamSpec numberParam(std::string key, double min, double max, std::string unit,
+                      std::string defaultValue, std::string help) {
+    ParamSpec spec = makeSpec(std::move(key), ParamKind::Number, std::move(defaultValue), std::move(help));
+    spec.min = min;
+    spec.max = max;
+    spec.unit = std::move(unit);
+    return spec;
+}
+
+ParamSpec choiceParam(std::string key, std::vector<std::string> choices, std::string help) {
+    ParamSpec spec = makeSpec(std::move(key), ParamKind::Choice, choices.front(), std::move(help));
+    spec.choices = std::move(choices);
+    return spec;
+}
+
+ParamSpec switchParam(std::string key, std::string defaultValue, std::string help) {
+    return makeSpec(std::move(key), ParamKind::Switch, std::move(defaultValue), std::move(help));
+}
+
+ParamSpec pathParam(std::string key, std::string help) {
+    return makeSpec(std::move(key), ParamKind::Path, "", std::move(help));
+}
+
+void ParamValues::set(const std::string& key, std::string text, double number, bool given) {
+    values[key] = Value{std::move(text), number, given};
+}
+
+const ParamValues::Value& ParamValues::at(const std::string& key) const {
+    const auto found = values.find(key);
+    if (found == values.end()) throw std::logic_error("no parameter " + key);
+    return found->second;
+}
+
+double ParamValues::number(const std::string& key) const { return at(key).number; }
+bool ParamValues::isOn(const std::string& key) const { return at(key).number != 0.0; }
+const std::string& ParamValues::text(const std::string& key) const { return at(key).text; }
+bool ParamValues::given(const std::string& key) const { return at(key).given; }
+
+const ParamSpec* FilterEntry::findParam(const std::string& key) const {
+    for (const ParamSpec& spec : params)
+        if (spec.key == key) return &spec;
+    return nullptr;
+}
+
+namespace {
+
+std::vector<FilterEntry>& registry() {
+    static std::vector<FilterEntry> entries;
+    return entries;
+}
+
+}  // namespace
+
+FilterRegistration::FilterRegistration(FilterEntry entry) {
+    auto& entries = registry();
+    const auto place = std::lower_bound(
+        entries.begin(), entries.end(), entry.name,
+        [](const FilterEntry& e, const std::string& name) { return e.name < name; });
+    entries.insert(place, std::move(entry));
+}
+
+const std::vector<FilterEntry>& filterRegistry() { return registry(); }
+
+const FilterEntry* findFilter(const std::string& name) {
+    for (const FilterEntry& entry : registry())
+        if (entry.name == name) return &entry;
+    return nullptr;
+}
+
+ParamBlock::ParamBlock(RealAudioFilter& filter, unsigned long id, int size)
+    : filter(filter), id(id), bytes(size) {
+    if (filter.getParamData(id, bytes.data(), size) != size)
+        throw std::logic_error("parameter block of unexpected size");
+}
+
+namespace {
+
+template <typename T>
+void putField(std::vector<unsigned char>& bytes, int offset, T value) {
+    if (offset < 0 || offset + sizeof value > bytes.size())
+        throw std::logic_error("field outside the parameter block");
+    std::memcpy(bytes.data() + offset, &value, sizeof value);
+}
+
+}  // namespace
+
+void ParamBlock::setByte(int offset, unsigned char value) { putField(bytes, offset, value); }
+void ParamBlock::setInt(int offset, int32_t value) { putField(bytes, offset, value); }
+void ParamBlock::setDouble(int offset, double value) { putField(bytes, offset, value); }
+
+void ParamBlock::apply(const std::string& filterName) {
+    const int size = static_cast<int>(bytes.size());
+    if (filter.setParamData(id, bytes.data(), size) != size)
+        throw CliError(filterName + ": the filter refused these settings");
+}
