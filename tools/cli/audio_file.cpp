@@ -109,7 +109,7 @@ void InputFile::requireMonoOrStereo() const {
 
 sf_count_t InputFile::counted(sf_count_t frames) {
     if (sf_error(file) != SF_ERR_NO_ERROR)
-        throw CliError("cannot read " + filePath + ": " + withoutFullStop(sf_strerror(file)));
+        throw CliError(filePath + " is damaged or truncated: " + withoutFullStop(sf_strerror(file)));
     framesRead += frames;
     return frames;
 }

@@ -1,0 +1,119 @@
+// Files through chains: formats, depths and sample values that come out.
+#include "cli_harness.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+
+namespace {
+
+constexpr int kRate = 44100;
+constexpr int kFrames = 44100;  // one second
+
+// Every filter of the chain switched off: the integer road must hand the
+// samples back unchanged.
+const char* const kDisabledChain = "alc:enabled=off";
+
+TEST(CliRoundTrip, Disabled16BitWavComesBackBitIdentical) {
+    ScratchDir dir;
+    writeAudio(dir.file("in.wav"), SF_FORMAT_WAV | SF_FORMAT_PCM_16, kRate, 2,
+               musicLike(kFrames, 2, kRate));
+    const RunResult run =
+        runQuorvex({"process", dir.file("in.wav"), dir.file("out.wav"), "--chain", kDisabledChain});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.err, "");  // no terminal, no progress bar
+
+    const Audio in = readAudio(dir.file("in.wav"));
+    const Audio out = readAudio(dir.file("out.wav"));
+    EXPECT_EQ(out.info.format, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+    EXPECT_EQ(out.info.samplerate, kRate);
+    EXPECT_EQ(out.samples, in.samples);
+}
+
+TEST(CliRoundTrip, MonoIsPlayedOnBothChannelsAndWrittenAsStereo) {
+    ScratchDir dir;
+    writeAudio(dir.file("in.wav"), SF_FORMAT_WAV | SF_FORMAT_PCM_16, kRate, 1,
+               musicLike(kFrames, 1, kRate));
+    const RunResult run =
+        runQuorvex({"process", dir.file("in.wav"), dir.file("out.wav"), "--chain", kDisabledChain});
+    ASSERT_EQ(run.status, 0) << run.err;
+
+    const Audio in = readAudio(dir.file("in.wav"));
+    const Audio out = readAudio(dir.file("out.wav"));
+    ASSERT_EQ(out.info.channels, 2);
+    ASSERT_EQ(out.samples.size(), 2 * in.samples.size());
+    for (size_t f = 0; f < in.samples.size(); ++f) {
+        ASSERT_EQ(out.samples[2 * f], in.samples[f]) << "frame " << f;
+        ASSERT_EQ(out.samples[2 * f + 1], in.samples[f]) << "frame " << f;
+    }
+}
+
+// The integer road reads 24-bit samples at 2^-23 and writes them back at
+// 8388607, so each one may come back one step nearer zero, never further.
+TEST(CliRoundTrip, TwentyFourBitFlacStaysFlacWithinOneStepTowardZero) {
+    ScratchDir dir;
+    writeAudio(dir.file("in.flac"), SF_FORMAT_FLAC | SF_FORMAT_PCM_24, kRate, 2,
+               musicLike(kFrames, 2, kRate));
+    const RunResult run = runQuorvex(
+        {"process", dir.file("in.flac"), dir.file("out.flac"), "--chain", kDisabledChain});
+    ASSERT_EQ(run.status, 0) << run.err;
+
+    const Audio in = readAudio(dir.file("in.flac"));
+    const Audio out = readAudio(dir.file("out.flac"));
+    EXPECT_EQ(out.info.format, SF_FORMAT_FLAC | SF_FORMAT_PCM_24);
+    ASSERT_EQ(out.samples.size(), in.samples.size());
+    for (size_t i = 0; i < in.samples.size(); ++i) {
+        const long long before = in.samples[i] / 256;
+        const long long after = out.samples[i] / 256;
+        ASSERT_LE(std::llabs(before - after), 1) << "sample " << i;
+        ASSERT_LE(std::llabs(after), std::llabs(before)) << "sample " << i;
+    }
+}
+
+TEST(CliRoundTrip, FloatSourceTakesTheDoublePathAndStaysFloat) {
+    ScratchDir dir;
+    writeAudio(dir.file("in.wav"), SF_FORMAT_WAV | SF_FORMAT_FLOAT, kRate, 2,
+               musicLike(kFrames, 2, kRate));
+    const RunResult run =
+        runQuorvex({"process", dir.file("in.wav"), dir.file("out.wav"), "--chain", kDisabledChain});
+    ASSERT_EQ(run.status, 0) << run.err;
+
+    const Audio in = readAudio(dir.file("in.wav"));
+    const Audio out = readAudio(dir.file("out.wav"));
+    EXPECT_EQ(out.info.format, SF_FORMAT_WAV | SF_FORMAT_FLOAT);
+    EXPECT_EQ(out.values, in.values);
+}
+
+TEST(CliRoundTrip, BitsAsksForAnotherOutputDepth) {
+    ScratchDir dir;
+    writeAudio(dir.file("in.wav"), SF_FORMAT_WAV | SF_FORMAT_PCM_16, kRate, 2,
+               musicLike(kFrames, 2, kRate));
+    const RunResult run = runQuorvex({"process", dir.file("in.wav"), dir.file("out.aiff"),
+                                      "--chain", kDisabledChain, "--bits", "24"});
+    ASSERT_EQ(run.status, 0) << run.err;
+
+    const Audio in = readAudio(dir.file("in.wav"));
+    const Audio out = readAudio(dir.file("out.aiff"));
+    EXPECT_EQ(out.info.format, SF_FORMAT_AIFF | SF_FORMAT_PCM_24);
+    EXPECT_EQ(out.samples, in.samples);  // 16 bits widen to 24 exactly
+}
+
+// A float source may go over full scale; the level control brings it back.
+TEST(CliProcess, LevelControlKeepsAnOverloadedSourceWithinFullScale) {
+    ScratchDir dir;
+    std::vector<double> loud = musicLike(kFrames, 2, kRate);
+    for (double& x : loud) x *= 4.0;
+    writeAudio(dir.file("in.wav"), SF_FORMAT_WAV | SF_FORMAT_FLOAT, kRate, 2, loud);
+    for (const char* mode : {"linked", "sample"}) {
+        const RunResult run = runQuorvex({"process", dir.file("in.wav"), dir.file("out.wav"),
+                                          "--chain", std::string("alc:mode=") + mode});
+        ASSERT_EQ(run.status, 0) << run.err;
+        double peak = 0.0;
+        for (double x : readAudio(dir.file("out.wav")).values) peak = std::fmax(peak, std::fabs(x));
+        EXPECT_LE(peak, 1.0) << mode;
+        EXPECT_GT(peak, 0.5) << mode;
+    }
+}
+
+}  // namespace
