@@ -3,13 +3,16 @@
 #include <cstring>
 #include <initializer_list>
 
+#include "effects/surround/SurroundToneShaping.h"
+
 namespace {
 
 // Long enough for the longest hall length at 96 kHz with room to spare; no
 // stage reaches past frame 8455.
 constexpr int kLineFrames = 19200;
 using DelayLine = double[kLineFrames][2];
-using ToneShaper = void (*)(double, double, double*, double*);
+using surround::Lanes;
+using ToneShaper = Lanes (*)(Lanes);
 
 constexpr int kHall = 0x01;
 constexpr int kNatural = 0x02;
@@ -51,35 +54,38 @@ int n1, n2, n3, n1c, n2c;
 
 void clearLine(DelayLine& line) { std::memset(line, 0, sizeof line); }
 
-inline void allpassStep(double* ioL, double* ioR, double coef, double (*line)[2], int delay,
-                        int* position) {
+// A frame in two lanes, left then right, so each step acts on both channels
+// at once with the same operations as the per-channel recurrence.
+Lanes loadFrame(const double* frame) {
+    Lanes v;
+    std::memcpy(&v, frame, sizeof v);
+    return v;
+}
+
+void storeFrame(double* frame, Lanes v) { std::memcpy(frame, &v, sizeof v); }
+
+inline Lanes allpassStep(Lanes x, double coef, double (*line)[2], int delay, int* position) {
     const int p = *position;
-    const double d0 = line[p][0];
-    const double d1 = line[p][1];
-    const double w0 = d0 * coef + *ioL;
-    const double w1 = coef * d1 + *ioR;
-    const double y0 = d0 + w0 * (-coef);
-    const double y1 = d1 + (-coef) * w1;
-    line[p][0] = w0;
-    line[p][1] = w1;
+    const Lanes d = loadFrame(line[p]);
+    const Lanes w = d * coef + x;
+    const Lanes y = d + w * (-coef);
+    storeFrame(line[p], w);
     *position = p + 1 < delay ? p + 1 : 0;
-    *ioL = y0;
-    *ioR = y1;
+    return y;
 }
 
 // Feedback comb: the frame read out is the output, the frame written back is
 // the input plus the scaled output.
-inline void combStep(DelayLine& line, int* position, int length, double c, double L, double R,
-                     double* out0, double* out1) {
+inline Lanes combStep(DelayLine& line, int* position, int length, double c, Lanes x) {
     const int p = *position;
-    const double d0 = line[p][0];
-    const double d1 = line[p][1];
-    line[p][0] = L + c * d0;
-    line[p][1] = R + c * d1;
+    const Lanes d = loadFrame(line[p]);
+    storeFrame(line[p], x + c * d);
     *position = p + 1 >= length ? 0 : p + 1;
-    *out0 = d0;
-    *out1 = d1;
+    return d;
 }
+
+// The frame's channel difference, left minus right and right minus left.
+Lanes difference(Lanes v) { return Lanes{v[0] - v[1], v[1] - v[0]}; }
 
 // Hall lengths are given at 88.2/96 kHz and halved below.
 template <int kScale>
@@ -88,93 +94,77 @@ int hallLength(int samples) {
 }
 
 template <int kScale>
-void hallStage(double& L, double& R) {
+Lanes hallStage(Lanes v) {
     const double g = 0.35 * egain_hall + 0.25;
     const int m1 = hallLength<kScale>(hall_m1);
     const int m2 = hallLength<kScale>(hall_m2);
     const int m3 = hallLength<kScale>(hall_m3);
-    double a = L - R;
-    double b = R - L;
-    allpassStep(&a, &b, hall_ga1, y1_hall, m1, &n1);
-    allpassStep(&a, &b, hall_ga1, y2_hall, m2, &n2);
-    allpassStep(&a, &b, hall_ga1, y3_hall, m3, &n3);
-    L = L - g * a;
-    R = R - g * b;
-    a = L;
-    b = R;
-    allpassStep(&a, &b, hall_ga2, y1_hall, m1, &n1);
-    allpassStep(&a, &b, hall_ga2, y2_hall, m2, &n2);
-    L = L + g * a;
-    R = R + g * b;
+    Lanes ab = difference(v);
+    ab = allpassStep(ab, hall_ga1, y1_hall, m1, &n1);
+    ab = allpassStep(ab, hall_ga1, y2_hall, m2, &n2);
+    ab = allpassStep(ab, hall_ga1, y3_hall, m3, &n3);
+    v = v - g * ab;
+    ab = allpassStep(v, hall_ga2, y1_hall, m1, &n1);
+    ab = allpassStep(ab, hall_ga2, y2_hall, m2, &n2);
+    return v + g * ab;
 }
 
 // Only the left output of the first comb and the right output of the second
 // reach the signal; the other two circulate in the lines.
 template <int kScale, ToneShaper kToneShape>
-void naturalStage(double& L, double& R) {
+Lanes naturalStage(Lanes v) {
     const double c = 0.125 * egain_natural + 0.125;
-    double d0, d1, e0, e1;
-    combStep(y1c, &n1c, kNaturalComb1 * kScale, c, L, R, &d0, &d1);
-    combStep(y2c, &n2c, kNaturalComb2 * kScale, c, L, R, &e0, &e1);
-    kToneShape(L, R, &L, &R);
-    L = (0.75 * L + (d0 - e1) * c) * 1.2;
-    R = (0.75 * R + (e1 - d0) * c) * 1.2;
+    const Lanes d = combStep(y1c, &n1c, kNaturalComb1 * kScale, c, v);
+    const Lanes e = combStep(y2c, &n2c, kNaturalComb2 * kScale, c, v);
+    v = kToneShape(v);
+    const Lanes cross = {d[0] - e[1], e[1] - d[0]};
+    return (0.75 * v + cross * c) * 1.2;
 }
 
 // Fully wet: the dry signal does not pass.
 template <int kScale>
-void liveStage(double& L, double& R) {
+Lanes liveStage(Lanes v) {
     const double c = 0.25 * gc_live + 0.25;
-    double d0, d1, e0, e1;
-    combStep(y1c, &n1c, kLiveComb1 * kScale, c, L, R, &d0, &d1);
-    combStep(y2c, &n2c, kLiveComb2 * kScale, c, L, R, &e0, &e1);
-    L = d0;
-    R = e1;
+    const Lanes d = combStep(y1c, &n1c, kLiveComb1 * kScale, c, v);
+    const Lanes e = combStep(y2c, &n2c, kLiveComb2 * kScale, c, v);
+    return Lanes{d[0], e[1]};
 }
 
 // Two all-passes of different lengths on copies of the frame, one kept per
 // channel; both channels of each still run through the lines.
 template <int kScale>
-void wideStage(double& L, double& R) {
+Lanes wideStage(Lanes v) {
     const double c = 0.25 * egain_wide + 0.25;
-    double l1 = L, r1 = R, l2 = L, r2 = R;
-    allpassStep(&l1, &r1, c, y1_hall, kWideLeft * kScale, &n1);
-    allpassStep(&l2, &r2, c, y2_hall, kWideRight * kScale, &n2);
-    L = l1;
-    R = r2;
+    const Lanes left = allpassStep(v, c, y1_hall, kWideLeft * kScale, &n1);
+    const Lanes right = allpassStep(v, c, y2_hall, kWideRight * kScale, &n2);
+    return Lanes{left[0], right[1]};
 }
 
 template <int kScale>
-void echoStage(double& L, double& R) {
-    double p = L, q = R;
-    allpassStep(&p, &q, kEchoGain, y_echo, kEchoDelay * kScale, &n1);
-    L = L + egain_echo * p;
-    R = R + egain_echo * q;
+Lanes echoStage(Lanes v) {
+    const Lanes p = allpassStep(v, kEchoGain, y_echo, kEchoDelay * kScale, &n1);
+    return v + egain_echo * p;
 }
 
 template <int kScale>
-void threeDStage(double& L, double& R) {
-    double p = L, q = R;
-    allpassStep(&p, &q, ga_3d, y_3d, k3dDelay * kScale, &n1);
+Lanes threeDStage(Lanes v) {
+    const Lanes p = allpassStep(v, ga_3d, y_3d, k3dDelay * kScale, &n1);
     const double G = egain_3d;
-    const double left = (L + G * p) + (L - R) * G;
-    const double right = (R + G * q) + (R - L) * G;
-    L = left;
-    R = right;
+    return (v + G * p) + difference(v) * G;
 }
 
 template <int kScale, ToneShaper kToneShape>
 void surroundFrame(double inL, double inR, double* outL, double* outR) {
-    double L = inL, R = inR;
+    Lanes v = {inL, inR};
     const int mode = emode;
-    if (mode & kHall) hallStage<kScale>(L, R);
-    if (mode & kNatural) naturalStage<kScale, kToneShape>(L, R);
-    if (mode & kLive) liveStage<kScale>(L, R);
-    if (mode & kWide) wideStage<kScale>(L, R);
-    if (mode & kEcho) echoStage<kScale>(L, R);
-    if (mode & k3d) threeDStage<kScale>(L, R);
-    *outL = L;
-    *outR = R;
+    if (mode & kHall) v = hallStage<kScale>(v);
+    if (mode & kNatural) v = naturalStage<kScale, kToneShape>(v);
+    if (mode & kLive) v = liveStage<kScale>(v);
+    if (mode & kWide) v = wideStage<kScale>(v);
+    if (mode & kEcho) v = echoStage<kScale>(v);
+    if (mode & k3d) v = threeDStage<kScale>(v);
+    *outL = v[0];
+    *outR = v[1];
 }
 
 }  // namespace
@@ -204,13 +194,15 @@ void SurroundInit(const SurroundConfigParams& params) {
 
 void allpass(double* ioL, double* ioR, double coef, double (*line)[2], int delay,
              int* position) {
-    allpassStep(ioL, ioR, coef, line, delay, position);
+    const Lanes y = allpassStep(Lanes{*ioL, *ioR}, coef, line, delay, position);
+    *ioL = y[0];
+    *ioR = y[1];
 }
 
 void Surround_44k(double inL, double inR, double* outL, double* outR) {
-    surroundFrame<1, booster_48k>(inL, inR, outL, outR);
+    surroundFrame<1, surround::toneShape48k>(inL, inR, outL, outR);
 }
 
 void Surround_88k(double inL, double inR, double* outL, double* outR) {
-    surroundFrame<2, booster_96k>(inL, inR, outL, outR);
+    surroundFrame<2, surround::toneShape96k>(inL, inR, outL, outR);
 }
