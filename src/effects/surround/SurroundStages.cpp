@@ -36,6 +36,7 @@ constexpr double kEchoGain = 0.15;
 // loaded by SurroundInit only; lines and positions are also advanced by the
 // kernels. Several stages share one position, each wrapping it against its
 // own length, so the delays they hear depend on the order of the stages.
+// ga_live and gm_3d are loaded with the rest but shape no stage.
 int emode;
 int hall_m1, hall_m2, hall_m3;
 double hall_ga1, hall_ga2;
