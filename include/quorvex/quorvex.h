@@ -7,6 +7,9 @@
 #include <quorvex/AudioFilter.h>
 #include <quorvex/RealAudioBuffer.h>
 
+#include <quorvex/CompositionFilter.h>
+#include <quorvex/DataTypeConversionFilter.h>
+
 #include <quorvex/ALCFilter.h>
 
 #endif

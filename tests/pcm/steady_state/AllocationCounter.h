@@ -1,0 +1,8 @@
+#ifndef QUORVEX_TESTS_ALLOCATIONCOUNTER_H
+#define QUORVEX_TESTS_ALLOCATIONCOUNTER_H
+
+// Number of heap allocations made by this process so far (malloc, calloc,
+// realloc, the aligned allocators, and operator new through malloc).
+long allocationCount();
+
+#endif
