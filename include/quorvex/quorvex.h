@@ -9,6 +9,7 @@
 
 #include <quorvex/CompositionFilter.h>
 #include <quorvex/DataTypeConversionFilter.h>
+#include <quorvex/DebugFilter.h>
 
 #include <quorvex/ALCFilter.h>
 
