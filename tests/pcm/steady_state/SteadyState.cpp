@@ -90,16 +90,22 @@ void expectOnlyFirstBlockAllocated(const std::vector<long>& counts) {
 }  // namespace
 
 TEST(AllocationCounter, SeesEveryKindOfAllocation) {
-    const long start = allocationCount();
-    void* p = AFMalloc(64);
-    EXPECT_EQ(allocationCount(), start + 1);
-    AFFree(p);
-    auto* q = new int(3);
-    EXPECT_EQ(allocationCount(), start + 2);
-    delete q;
-    auto* b = new RealAudioBuffer(16, 44100, 16);
-    EXPECT_EQ(allocationCount(), start + 4);  // the object and its array
-    delete b;
+    // Each pointer escapes through a volatile so no allocation can be elided.
+    void* volatile escaped = nullptr;
+    long before = allocationCount();
+    escaped = AFMalloc(64);
+    EXPECT_EQ(allocationCount() - before, 1);
+    AFFree(escaped);
+
+    before = allocationCount();
+    escaped = new int(3);
+    EXPECT_EQ(allocationCount() - before, 1);
+    delete static_cast<int*>(escaped);
+
+    before = allocationCount();
+    escaped = new RealAudioBuffer(16, 44100, 16);
+    EXPECT_EQ(allocationCount() - before, 2);  // the object and its array
+    delete static_cast<RealAudioBuffer*>(escaped);
 }
 
 TEST(SteadyState, EqualBlocksThroughAChainAllocateOnlyOnTheFirst) {
