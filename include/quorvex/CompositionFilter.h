@@ -5,6 +5,8 @@
 #include <quorvex/RealAudioBuffer.h>
 #include <quorvex/export.h>
 
+#include <array>
+
 // Runs 2 to 10 filters in series as one: member 0 reads the input, each later
 // member reads its predecessor's output, the last writes the output. The
 // intermediate blocks alternate between two scratch buffers that grow to the
@@ -50,7 +52,9 @@ public:
 
 private:
     friend struct CompositionFilterProbe;
+    using Members = std::array<RealAudioFilter*, 10>;
 
+    CompositionFilter(int count, const Members& members);
     void initCF();
     template <typename Call>
     int offerToMembers(Call call);

@@ -10,6 +10,7 @@
 #include <quorvex/CompositionFilter.h>
 #include <quorvex/DataTypeConversionFilter.h>
 #include <quorvex/DebugFilter.h>
+#include <quorvex/SimpleUpSamplingFilter.h>
 
 #include <quorvex/ALCFilter.h>
 

@@ -1,6 +1,7 @@
 #include <quorvex/AFUtil.h>
 #include <quorvex/CompositionFilter.h>
 
+#include <cstddef>
 #include <new>
 
 namespace {
@@ -29,75 +30,50 @@ void appendBounded(char* text, int* used, const char* more) {
 
 }  // namespace
 
+CompositionFilter::CompositionFilter(int count, const Members& members)
+    : count(count), filters{}, scratchA(nullptr), scratchB(nullptr), name{} {
+    for (int i = 0; i < count; ++i) filters[i] = members[static_cast<size_t>(i)];
+    initCF();
+}
+
 CompositionFilter::CompositionFilter(RealAudioFilter* f1, RealAudioFilter* f2)
-    : count(2), filters{f1, f2}, scratchA(nullptr), scratchB(nullptr), name{} {
-    initCF();
-}
+    : CompositionFilter(2, Members{f1, f2}) {}
 
-CompositionFilter::CompositionFilter(RealAudioFilter* f1, RealAudioFilter* f2,
-                                     RealAudioFilter* f3)
-    : count(3), filters{f1, f2, f3}, scratchA(nullptr), scratchB(nullptr), name{} {
-    initCF();
-}
+CompositionFilter::CompositionFilter(RealAudioFilter* f1, RealAudioFilter* f2, RealAudioFilter* f3)
+    : CompositionFilter(3, Members{f1, f2, f3}) {}
 
-CompositionFilter::CompositionFilter(RealAudioFilter* f1, RealAudioFilter* f2,
-                                     RealAudioFilter* f3, RealAudioFilter* f4)
-    : count(4), filters{f1, f2, f3, f4}, scratchA(nullptr), scratchB(nullptr), name{} {
-    initCF();
-}
+CompositionFilter::CompositionFilter(RealAudioFilter* f1, RealAudioFilter* f2, RealAudioFilter* f3,
+                                     RealAudioFilter* f4)
+    : CompositionFilter(4, Members{f1, f2, f3, f4}) {}
 
-CompositionFilter::CompositionFilter(RealAudioFilter* f1, RealAudioFilter* f2,
-                                     RealAudioFilter* f3, RealAudioFilter* f4,
-                                     RealAudioFilter* f5)
-    : count(5), filters{f1, f2, f3, f4, f5}, scratchA(nullptr), scratchB(nullptr), name{} {
-    initCF();
-}
+CompositionFilter::CompositionFilter(RealAudioFilter* f1, RealAudioFilter* f2, RealAudioFilter* f3,
+                                     RealAudioFilter* f4, RealAudioFilter* f5)
+    : CompositionFilter(5, Members{f1, f2, f3, f4, f5}) {}
 
-CompositionFilter::CompositionFilter(RealAudioFilter* f1, RealAudioFilter* f2,
-                                     RealAudioFilter* f3, RealAudioFilter* f4,
-                                     RealAudioFilter* f5, RealAudioFilter* f6)
-    : count(6), filters{f1, f2, f3, f4, f5, f6}, scratchA(nullptr), scratchB(nullptr),
-      name{} {
-    initCF();
-}
+CompositionFilter::CompositionFilter(RealAudioFilter* f1, RealAudioFilter* f2, RealAudioFilter* f3,
+                                     RealAudioFilter* f4, RealAudioFilter* f5, RealAudioFilter* f6)
+    : CompositionFilter(6, Members{f1, f2, f3, f4, f5, f6}) {}
 
-CompositionFilter::CompositionFilter(RealAudioFilter* f1, RealAudioFilter* f2,
-                                     RealAudioFilter* f3, RealAudioFilter* f4,
-                                     RealAudioFilter* f5, RealAudioFilter* f6,
+CompositionFilter::CompositionFilter(RealAudioFilter* f1, RealAudioFilter* f2, RealAudioFilter* f3,
+                                     RealAudioFilter* f4, RealAudioFilter* f5, RealAudioFilter* f6,
                                      RealAudioFilter* f7)
-    : count(7), filters{f1, f2, f3, f4, f5, f6, f7}, scratchA(nullptr), scratchB(nullptr),
-      name{} {
-    initCF();
-}
+    : CompositionFilter(7, Members{f1, f2, f3, f4, f5, f6, f7}) {}
 
-CompositionFilter::CompositionFilter(RealAudioFilter* f1, RealAudioFilter* f2,
-                                     RealAudioFilter* f3, RealAudioFilter* f4,
-                                     RealAudioFilter* f5, RealAudioFilter* f6,
+CompositionFilter::CompositionFilter(RealAudioFilter* f1, RealAudioFilter* f2, RealAudioFilter* f3,
+                                     RealAudioFilter* f4, RealAudioFilter* f5, RealAudioFilter* f6,
                                      RealAudioFilter* f7, RealAudioFilter* f8)
-    : count(8), filters{f1, f2, f3, f4, f5, f6, f7, f8}, scratchA(nullptr),
-      scratchB(nullptr), name{} {
-    initCF();
-}
+    : CompositionFilter(8, Members{f1, f2, f3, f4, f5, f6, f7, f8}) {}
 
-CompositionFilter::CompositionFilter(RealAudioFilter* f1, RealAudioFilter* f2,
-                                     RealAudioFilter* f3, RealAudioFilter* f4,
-                                     RealAudioFilter* f5, RealAudioFilter* f6,
-                                     RealAudioFilter* f7, RealAudioFilter* f8,
-                                     RealAudioFilter* f9)
-    : count(9), filters{f1, f2, f3, f4, f5, f6, f7, f8, f9}, scratchA(nullptr),
-      scratchB(nullptr), name{} {
-    initCF();
-}
+CompositionFilter::CompositionFilter(RealAudioFilter* f1, RealAudioFilter* f2, RealAudioFilter* f3,
+                                     RealAudioFilter* f4, RealAudioFilter* f5, RealAudioFilter* f6,
+                                     RealAudioFilter* f7, RealAudioFilter* f8, RealAudioFilter* f9)
+    : CompositionFilter(9, Members{f1, f2, f3, f4, f5, f6, f7, f8, f9}) {}
 
-CompositionFilter::CompositionFilter(RealAudioFilter* f1, RealAudioFilter* f2,
-                                     RealAudioFilter* f3, RealAudioFilter* f4,
-                                     RealAudioFilter* f5, RealAudioFilter* f6,
-                                     RealAudioFilter* f7, RealAudioFilter* f8,
-                                     RealAudioFilter* f9, RealAudioFilter* f10)
-    : count(10), filters{f1, f2, f3, f4, f5, f6, f7, f8, f9, f10}, scratchA(nullptr),
-      scratchB(nullptr), name{} {
-    initCF();
-}
+CompositionFilter::CompositionFilter(RealAudioFilter* f1, RealAudioFilter* f2, RealAudioFilter* f3,
+                                     RealAudioFilter* f4, RealAudioFilter* f5, RealAudioFilter* f6,
+                                     RealAudioFilter* f7, RealAudioFilter* f8, RealAudioFilter* f9,
+                                     RealAudioFilter* f10)
+    : CompositionFilter(10, Members{f1, f2, f3, f4, f5, f6, f7, f8, f9, f10}) {}
 
 // Placeholders of one double; the first block replaces them. A placeholder
 // that could not be made stays null and is made on the first block instead.

@@ -43,14 +43,16 @@ void doublesToPcm(int bits, const double* x, unsigned char* out, int k) {
     switch (bits) {
     case 16:
         for (int i = 0; i < k; ++i)
-            pcm::write16(out + 2 * i, clamp(truncateToInt64(x[i] * kToPcm16), INT16_MIN, INT16_MAX));
+            pcm::write16(out + 2 * i,
+                         clamp(truncateToInt64(x[i] * kToPcm16), INT16_MIN, INT16_MAX));
         break;
     case 24:
         for (int i = 0; i < k; ++i) pcm::write24(out + 3 * i, truncateToInt64(x[i] * kToPcm24));
         break;
     case 32:
         for (int i = 0; i < k; ++i)
-            pcm::write32(out + 4 * i, clamp(truncateToInt64(x[i] * kToPcm32), INT32_MIN, INT32_MAX));
+            pcm::write32(out + 4 * i,
+                         clamp(truncateToInt64(x[i] * kToPcm32), INT32_MIN, INT32_MAX));
         break;
     }
 }

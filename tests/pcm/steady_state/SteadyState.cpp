@@ -5,6 +5,7 @@
 #include <quorvex/ALCFilter.h>
 #include <quorvex/CompositionFilter.h>
 #include <quorvex/DataTypeConversionFilter.h>
+#include <quorvex/DebugFilter.h>
 #include <quorvex/RealAudioBuffer.h>
 
 #include <gtest/gtest.h>
@@ -112,7 +113,8 @@ TEST(SteadyState, EqualBlocksThroughAChainAllocateOnlyOnTheFirst) {
     ALCFilter alc, innerAlc;
     HalfGainFilter half, innerHalf;
     CompositionFilter inner(&innerAlc, &innerHalf);
-    CompositionFilter chain(&alc, &half, &inner);
+    DebugFilter debugHalf(&half, 16, false);
+    CompositionFilter chain(&alc, &debugHalf, &inner);
     DataTypeConversionFilter dtc(&chain);
 
     constexpr int kFrames = 1024;
