@@ -1,5 +1,5 @@
-// Replaces the C allocator for the whole process with a counting front end
-// over glibc's own entry points. Symbols defined in the executable take
+// Replaces the C allocator for the whole process with a front end over
+// glibc's own entry points that counts allocations and can make them fail. Symbols defined in the executable take
 // precedence over libc's, so the library, libstdc++ and GoogleTest all
 // allocate through here.
 #include "AllocationCounter.h"
@@ -20,6 +20,9 @@ void __libc_free(void* p);
 namespace {
 
 std::atomic<long> gAllocations{0};
+std::atomic<bool> gFail{false};
+
+bool failing() { return gFail.load(std::memory_order_relaxed); }
 
 void* counted(void* p) {
     gAllocations.fetch_add(1, std::memory_order_relaxed);
@@ -30,24 +33,30 @@ void* counted(void* p) {
 
 long allocationCount() { return gAllocations.load(std::memory_order_relaxed); }
 
+void setAllocationsFail(bool fail) { gFail.store(fail, std::memory_order_relaxed); }
+
 extern "C" {
 
-void* malloc(size_t size) noexcept { return counted(__libc_malloc(size)); }
+void* malloc(size_t size) noexcept { return failing() ? nullptr : counted(__libc_malloc(size)); }
 
-void* calloc(size_t count, size_t size) noexcept { return counted(__libc_calloc(count, size)); }
+void* calloc(size_t count, size_t size) noexcept {
+    return failing() ? nullptr : counted(__libc_calloc(count, size));
+}
 
-void* realloc(void* p, size_t size) noexcept { return counted(__libc_realloc(p, size)); }
+void* realloc(void* p, size_t size) noexcept {
+    return failing() ? nullptr : counted(__libc_realloc(p, size));
+}
 
 void* aligned_alloc(size_t alignment, size_t size) noexcept {
-    return counted(__libc_memalign(alignment, size));
+    return failing() ? nullptr : counted(__libc_memalign(alignment, size));
 }
 
 void* memalign(size_t alignment, size_t size) noexcept {
-    return counted(__libc_memalign(alignment, size));
+    return failing() ? nullptr : counted(__libc_memalign(alignment, size));
 }
 
 int posix_memalign(void** out, size_t alignment, size_t size) noexcept {
-    void* p = counted(__libc_memalign(alignment, size));
+    void* p = failing() ? nullptr : counted(__libc_memalign(alignment, size));
     if (p == nullptr) return ENOMEM;
     *out = p;
     return 0;

@@ -5,4 +5,7 @@
 // realloc, the aligned allocators, and operator new through malloc).
 long allocationCount();
 
+// While set, every allocation fails (returns null) and is not counted.
+void setAllocationsFail(bool fail);
+
 #endif

@@ -1,6 +1,7 @@
 // Proves that a chain driven through the integer adapter allocates only on
 // the block that makes its buffers grow: the allocation count is read around
-// every process call of a long stream of equal blocks.
+// every process call of a long stream of equal blocks. Also checks that the
+// wrappers survive running out of memory.
 #include <quorvex/AFUtil.h>
 #include <quorvex/ALCFilter.h>
 #include <quorvex/CompositionFilter.h>
@@ -154,4 +155,46 @@ TEST(SteadyState, RateDoublingChainAllocatesOnlyOnTheFirstBlock) {
                   outBytes);
     });
     expectOnlyFirstBlockAllocated(counts);
+}
+
+TEST(OutOfMemory, WrappersFailTheBlockAndKeepTheirBuffers) {
+    ALCFilter alc;
+    HalfGainFilter half;
+    setAllocationsFail(true);
+    CompositionFilter chain(&alc, &half);  // no placeholders can be made
+    DataTypeConversionFilter dtc(&chain);
+    setAllocationsFail(false);
+
+    const std::vector<unsigned char> in = loudPcm16(256);
+    const int bytes = static_cast<int>(in.size());
+    std::vector<unsigned char> out(in.size(), 0xEE);
+    auto run = [&](int n) {
+        return dtc.process(44100, 16, in.data(), n, 44100, 16, out.data(), bytes);
+    };
+    setAllocationsFail(true);
+    const int withoutMemory = run(bytes);
+    setAllocationsFail(false);
+    EXPECT_EQ(withoutMemory, -1);
+    EXPECT_EQ(out, std::vector<unsigned char>(in.size(), 0xEE));
+    EXPECT_EQ(run(bytes / 4), bytes / 4);  // memory is back: the buffers grow
+
+    setAllocationsFail(true);
+    const int larger = run(bytes);  // beyond twice the last growth
+    const int smaller = run(bytes / 8);
+    setAllocationsFail(false);
+    EXPECT_EQ(larger, -1);
+    EXPECT_EQ(smaller, bytes / 8);
+
+    // The composition on its own: an output larger than its scratch buffers.
+    std::vector<double> x(8, 0.5);
+    RealAudioBuffer blockIn(x.data(), 8, 8, 44100, 16);
+    RealAudioBuffer bigOut(4096, 44100, 16);
+    bigOut.length = 3;
+    setAllocationsFail(true);
+    const int grown = chain.process(&blockIn, &bigOut);
+    setAllocationsFail(false);
+    EXPECT_EQ(grown, -1);
+    EXPECT_EQ(bigOut.length, 3);
+    EXPECT_EQ(chain.process(&blockIn, &bigOut), 0);
+    EXPECT_EQ(bigOut.length, 8);
 }
