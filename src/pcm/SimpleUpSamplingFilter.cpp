@@ -48,20 +48,16 @@ void holdFrames(const unsigned char* in, int64_t n, unsigned char* out, int64_t 
     }
 }
 
-// False when there is no conversion for the depth pair.
-bool holdFramesAtDepths(int inBits, int outBits, const unsigned char* in, int64_t n,
+bool isConvertible(int inBits, int outBits) {
+    return (inBits == 16 || inBits == 24) && (outBits == 16 || outBits == 24);
+}
+
+void holdFramesAtDepths(int inBits, int outBits, const unsigned char* in, int64_t n,
                         unsigned char* out, int64_t m) {
-    if (inBits == 16 && outBits == 16)
-        holdFrames<Copy16>(in, n, out, m);
-    else if (inBits == 16 && outBits == 24)
-        holdFrames<Widen16To24>(in, n, out, m);
-    else if (inBits == 24 && outBits == 16)
-        holdFrames<Narrow24To16>(in, n, out, m);
-    else if (inBits == 24 && outBits == 24)
-        holdFrames<Copy24>(in, n, out, m);
+    if (inBits == 16)
+        outBits == 16 ? holdFrames<Copy16>(in, n, out, m) : holdFrames<Widen16To24>(in, n, out, m);
     else
-        return false;
-    return true;
+        outBits == 16 ? holdFrames<Narrow24To16>(in, n, out, m) : holdFrames<Copy24>(in, n, out, m);
 }
 
 }  // namespace
@@ -81,6 +77,9 @@ void SimpleUpSamplingFilter::reset() {}
 int SimpleUpSamplingFilter::process(int inRate, int inBits, const void* in, int inBytes,
                                     int outRate, int outBits, void* out, int outCapacity) {
     if (inBits <= 0 || inBits % 8 != 0 || inRate <= 0 || outRate <= 0 || inBytes < 0) return -1;
+    // Checked first so that the byte count below cannot overflow.
+    const bool sameFormat = inBits == outBits && inRate == outRate;
+    if (!sameFormat && !isConvertible(inBits, outBits)) return -1;
     const int64_t n = inBytes / (inBits / 8);
     const int64_t m = n * outRate / inRate;
     const int64_t result = outBits / 8 * m;
@@ -88,10 +87,10 @@ int SimpleUpSamplingFilter::process(int inRate, int inBits, const void* in, int 
     const auto* src = static_cast<const unsigned char*>(in);
     auto* dst = static_cast<unsigned char*>(out);
 
-    if (inBits == outBits && inRate == outRate) {
+    if (sameFormat) {
         if (result > 0) std::memcpy(dst, src, static_cast<size_t>(result));
-        return static_cast<int>(result);
+    } else {
+        holdFramesAtDepths(inBits, outBits, src, n, dst, m);
     }
-    if (!holdFramesAtDepths(inBits, outBits, src, n, dst, m)) return -1;
     return static_cast<int>(result);
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -114,6 +115,7 @@ TEST(SimpleUpSamplingFilter, UnsupportedConversionsWriteNothing) {
     EXPECT_EQ(f.process(0, 16, in.data(), 4, 44100, 16, out.data(), 8), -1);
     EXPECT_EQ(f.process(44100, 16, in.data(), 4, 0, 16, out.data(), 8), -1);
     EXPECT_EQ(f.process(44100, 16, in.data(), -4, 44100, 16, out.data(), 8), -1);
+    EXPECT_EQ(f.process(8000, 8, in.data(), 4, INT_MAX, INT_MAX - 7, out.data(), 8), -1);
 }
 
 TEST(SimpleUpSamplingFilter, OutputAreaMustHoldTheWholeResult) {
