@@ -3,6 +3,7 @@
 #include <quorvex/DataTypeConversionFilter.h>
 #include <quorvex/SimpleUpSamplingFilter.h>
 
+#include <cstdint>
 #include <vector>
 
 #include "bench_util.h"
