@@ -7,6 +7,11 @@
 #include <quorvex/AudioFilter.h>
 #include <quorvex/RealAudioBuffer.h>
 
+#include <quorvex/CompositionFilter.h>
+#include <quorvex/DataTypeConversionFilter.h>
+#include <quorvex/DebugFilter.h>
+#include <quorvex/SimpleUpSamplingFilter.h>
+
 #include <quorvex/ALCFilter.h>
 #include <quorvex/SurroundFilter.h>
 
