@@ -8,5 +8,6 @@
 #include <quorvex/RealAudioBuffer.h>
 
 #include <quorvex/ALCFilter.h>
+#include <quorvex/EqualizerFilter.h>
 
 #endif
