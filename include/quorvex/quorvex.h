@@ -9,5 +9,7 @@
 
 #include <quorvex/ALCFilter.h>
 #include <quorvex/EqualizerFilter.h>
+#include <quorvex/HPEQFilter.h>
+#include <quorvex/PersonalizeFilter.h>
 
 #endif

@@ -60,6 +60,31 @@ inline bool sameBits(const std::vector<double>& a, const std::vector<double>& b)
            (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0);
 }
 
+// A block that does not fit leaves the output untouched; one that fits
+// exactly is taken, and so is an empty one.
+inline void expectCapacityChecked(RealAudioFilter& f, int sampleRate) {
+    std::vector<double> inData = {0.5, 0.25, -0.5, 0.125};
+    std::vector<double> outData(4, -1.0);
+    RealAudioBuffer in(inData.data(), 4, 4, sampleRate, 16);
+    RealAudioBuffer shortOut(outData.data(), 3, 7, 1, 2);
+    EXPECT_EQ(f.process(&in, &shortOut), -1);
+    EXPECT_EQ(shortOut.length, 7);
+    EXPECT_EQ(shortOut.sampleRate, 1);
+    EXPECT_EQ(shortOut.bitsPerSample, 2);
+    EXPECT_EQ(outData, std::vector<double>(4, -1.0));
+
+    RealAudioBuffer exact(outData.data(), 4, 0, 0, 0);
+    EXPECT_EQ(f.process(&in, &exact), 0);
+    EXPECT_EQ(exact.length, 4);
+
+    RealAudioBuffer empty(nullptr, 0, 0, sampleRate, 32);
+    RealAudioBuffer emptyOut(nullptr, 0, 5, 0, 0);
+    EXPECT_EQ(f.process(&empty, &emptyOut), 0);
+    EXPECT_EQ(emptyOut.length, 0);
+    EXPECT_EQ(emptyOut.sampleRate, sampleRate);
+    EXPECT_EQ(emptyOut.bitsPerSample, 32);
+}
+
 }  // namespace testutil
 
 #endif

@@ -190,26 +190,7 @@ TEST(EqualizerProcess, OddLengthCopiesTheUnpairedDouble) {
 TEST(EqualizerProcess, CapacityIsCheckedBeforeAnythingIsWritten) {
     EqualizerFilter f;
     configure(f, gains({{3, 1.0}}));
-    std::vector<double> inData = {0.5, 0.5, 0.5, 0.5};
-    std::vector<double> outData(4, -1.0);
-    RealAudioBuffer in(inData.data(), 4, 4, 44100, 16);
-    RealAudioBuffer shortOut(outData.data(), 3, 7, 1, 2);
-    EXPECT_EQ(f.process(&in, &shortOut), -1);
-    EXPECT_EQ(shortOut.length, 7);
-    EXPECT_EQ(shortOut.sampleRate, 1);
-    EXPECT_EQ(shortOut.bitsPerSample, 2);
-    EXPECT_EQ(outData, std::vector<double>(4, -1.0));
-
-    RealAudioBuffer exact(outData.data(), 4, 0, 0, 0);
-    EXPECT_EQ(f.process(&in, &exact), 0);
-    EXPECT_EQ(exact.length, 4);
-
-    RealAudioBuffer empty(nullptr, 0, 0, 96000, 32);
-    RealAudioBuffer emptyOut(nullptr, 0, 5, 0, 0);
-    EXPECT_EQ(f.process(&empty, &emptyOut), 0);
-    EXPECT_EQ(emptyOut.length, 0);
-    EXPECT_EQ(emptyOut.sampleRate, 96000);
-    EXPECT_EQ(emptyOut.bitsPerSample, 32);
+    testutil::expectCapacityChecked(f, 44100);
 }
 
 // The sections' exact arithmetic, spelled out for fresh histories (each test
