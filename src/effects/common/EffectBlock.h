@@ -4,6 +4,7 @@
 // Field access and checks shared by the effects' parameter blocks, which are
 // kept as raw bytes because hosts hand them over at any alignment.
 
+#include <cstdint>
 #include <cstring>
 
 namespace effects {
@@ -34,6 +35,37 @@ inline bool doublesWithin(const unsigned char* block, int offset, int count, dou
         if (!(v >= -limit && v <= limit)) return false;
     }
     return true;
+}
+
+// What identifies an effect's block and how much of it the effect keeps.
+struct BlockSpec {
+    unsigned long id;
+    uint32_t magic;
+    int size;         // bytes a caller's area must hold
+    int storedBytes;  // bytes kept by setParamData and returned by getParamData
+};
+
+// The checks every setParamData makes before its own fields. Returns the
+// caller's bytes when the fields may be examined; otherwise null, with
+// *answer 0 for another filter's identifier or -1 for a short or missing area
+// or a wrong magic.
+inline const unsigned char* screenBlock(const BlockSpec& spec, unsigned long id, const void* block,
+                                        int size, int* answer) {
+    *answer = 0;
+    if (id != spec.id) return nullptr;
+    *answer = -1;
+    if (!holdsBlock(size, spec.size) || block == nullptr) return nullptr;
+    const auto* bytes = static_cast<const unsigned char*>(block);
+    return fieldAt<uint32_t>(bytes, 0) == spec.magic ? bytes : nullptr;
+}
+
+// getParamData over the bytes an effect keeps.
+inline int copyBlockOut(const BlockSpec& spec, unsigned long id, void* block, int size,
+                        const void* stored) {
+    if (id != spec.id) return 0;
+    if (!holdsBlock(size, spec.size) || block == nullptr) return -1;
+    std::memcpy(block, stored, static_cast<size_t>(spec.storedBytes));
+    return spec.size;
 }
 
 }  // namespace effects

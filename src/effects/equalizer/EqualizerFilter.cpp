@@ -12,10 +12,8 @@ using effects::putField;
 
 namespace {
 
-constexpr unsigned long kParamId = 0x70455551;  // pEUQ
-constexpr uint32_t kMagic = 0x6D457032;         // mEp2
-constexpr int kBlockSize = 92;
-constexpr int kStoredBytes = 89;  // the trailing padding is never touched
+// pEUQ / mEp2; the block's trailing three padding bytes are never touched.
+constexpr effects::BlockSpec kBlock = {0x70455551, 0x6D457032, 92, 89};
 
 constexpr int kOffEnabled = 4;
 constexpr int kOffGain = 8;
@@ -102,7 +100,7 @@ void equalizer_96k(double left, double right, double* outLeft, double* outRight)
 }
 
 EqualizerFilter::EqualizerFilter() : params{} {
-    putField<uint32_t>(params, 0, kMagic);
+    putField<uint32_t>(params, 0, kBlock.magic);
     EqualizerFilter::reset();
 }
 
@@ -111,21 +109,17 @@ EqualizerFilter::~EqualizerFilter() = default;
 const char* EqualizerFilter::getName() { return "Equalizer"; }
 
 int EqualizerFilter::setParamData(unsigned long id, const void* block, int size) {
-    if (id != kParamId) return 0;
-    if (!effects::holdsBlock(size, kBlockSize) || block == nullptr) return -1;
-    const auto* bytes = static_cast<const unsigned char*>(block);
-    if (fieldAt<uint32_t>(bytes, 0) != kMagic) return -1;
+    int answer;
+    const unsigned char* bytes = effects::screenBlock(kBlock, id, block, size, &answer);
+    if (bytes == nullptr) return answer;
     if (!effects::doublesWithin(bytes, kOffGain, kBands, 1.0)) return -1;
-    std::memcpy(params, bytes, kStoredBytes);
+    std::memcpy(params, bytes, kBlock.storedBytes);
     reset();
-    return kBlockSize;
+    return kBlock.size;
 }
 
 int EqualizerFilter::getParamData(unsigned long id, void* block, int size) {
-    if (id != kParamId) return 0;
-    if (!effects::holdsBlock(size, kBlockSize) || block == nullptr) return -1;
-    std::memcpy(block, params, kStoredBytes);
-    return kBlockSize;
+    return effects::copyBlockOut(kBlock, id, block, size, params);
 }
 
 void EqualizerFilter::reset() {

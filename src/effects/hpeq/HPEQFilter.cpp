@@ -11,9 +11,9 @@ using effects::sectionSums;
 
 namespace {
 
-constexpr unsigned long kParamId = 0x70504143;  // pPAC
-constexpr uint32_t kMagic = 0x6D504131;         // mPA1
-constexpr int kBlockSize = sizeof(PhoneAdaptationConfigParams);
+constexpr effects::BlockSpec kBlock = {0x70504143, 0x6D504131,  // pPAC / mPA1
+                                       sizeof(PhoneAdaptationConfigParams),
+                                       sizeof(PhoneAdaptationConfigParams)};
 constexpr int kOffSections = 8;
 constexpr int kCoefficients = 18;
 constexpr double kCoefficientLimit = 1000.0;
@@ -59,7 +59,7 @@ void HPEQ_3F(double left, double right, double* outLeft, double* outRight) {
 }
 
 HPEQFilter::HPEQFilter() : params{} {
-    params.magic = kMagic;
+    params.magic = kBlock.magic;
     for (PhoneAdaptationConfigParams::CoefficientSet& s : params.section) s.b0 = 1.0;
     HPEQInit(params);
 }
@@ -69,21 +69,17 @@ HPEQFilter::~HPEQFilter() = default;
 const char* HPEQFilter::getName() { return "HPEQ"; }
 
 int HPEQFilter::setParamData(unsigned long id, const void* block, int size) {
-    if (id != kParamId) return 0;
-    if (!effects::holdsBlock(size, kBlockSize) || block == nullptr) return -1;
-    const auto* bytes = static_cast<const unsigned char*>(block);
-    if (effects::fieldAt<uint32_t>(bytes, 0) != kMagic) return -1;
+    int answer;
+    const unsigned char* bytes = effects::screenBlock(kBlock, id, block, size, &answer);
+    if (bytes == nullptr) return answer;
     if (!effects::doublesWithin(bytes, kOffSections, kCoefficients, kCoefficientLimit)) return -1;
-    std::memcpy(&params, bytes, kBlockSize);
+    std::memcpy(&params, bytes, sizeof params);
     reset();
-    return kBlockSize;
+    return kBlock.size;
 }
 
 int HPEQFilter::getParamData(unsigned long id, void* block, int size) {
-    if (id != kParamId) return 0;
-    if (!effects::holdsBlock(size, kBlockSize) || block == nullptr) return -1;
-    std::memcpy(block, &params, kBlockSize);
-    return kBlockSize;
+    return effects::copyBlockOut(kBlock, id, block, size, &params);
 }
 
 void HPEQFilter::reset() { HPEQInit(params); }

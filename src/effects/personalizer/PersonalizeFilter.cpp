@@ -12,9 +12,7 @@ using effects::putField;
 
 namespace {
 
-constexpr unsigned long kParamId = 0x70554143;  // pUAC
-constexpr uint32_t kMagic = 0x6D556131;         // mUa1
-constexpr int kBlockSize = 104;
+constexpr effects::BlockSpec kBlock = {0x70554143, 0x6D556131, 104, 104};  // pUAC / mUa1
 constexpr int kOffEnabled = 4;
 constexpr int kOffLeft = 8;
 constexpr int kOffRight = 56;
@@ -42,7 +40,7 @@ void personalizer_96k(double left, double right, double* outLeft, double* outRig
 }
 
 PersonalizeFilter::PersonalizeFilter() : params{} {
-    putField<uint32_t>(params, 0, kMagic);
+    putField<uint32_t>(params, 0, kBlock.magic);
     putField<double>(params, kOffLeft + kOffB0, 1.0);
     putField<double>(params, kOffRight + kOffB0, 1.0);
     PersonalizeFilter::reset();
@@ -53,21 +51,17 @@ PersonalizeFilter::~PersonalizeFilter() = default;
 const char* PersonalizeFilter::getName() { return "Personalizer"; }
 
 int PersonalizeFilter::setParamData(unsigned long id, const void* block, int size) {
-    if (id != kParamId) return 0;
-    if (!effects::holdsBlock(size, kBlockSize) || block == nullptr) return -1;
-    const auto* bytes = static_cast<const unsigned char*>(block);
-    if (fieldAt<uint32_t>(bytes, 0) != kMagic) return -1;
+    int answer;
+    const unsigned char* bytes = effects::screenBlock(kBlock, id, block, size, &answer);
+    if (bytes == nullptr) return answer;
     if (!effects::doublesWithin(bytes, kOffLeft, kCoefficients, kCoefficientLimit)) return -1;
-    std::memcpy(params, bytes, kBlockSize);
+    std::memcpy(params, bytes, sizeof params);
     reset();
-    return kBlockSize;
+    return kBlock.size;
 }
 
 int PersonalizeFilter::getParamData(unsigned long id, void* block, int size) {
-    if (id != kParamId) return 0;
-    if (!effects::holdsBlock(size, kBlockSize) || block == nullptr) return -1;
-    std::memcpy(block, params, kBlockSize);
-    return kBlockSize;
+    return effects::copyBlockOut(kBlock, id, block, size, params);
 }
 
 void PersonalizeFilter::reset() {
