@@ -13,6 +13,9 @@
 #include <quorvex/SimpleUpSamplingFilter.h>
 
 #include <quorvex/ALCFilter.h>
+#include <quorvex/EqualizerFilter.h>
+#include <quorvex/HPEQFilter.h>
+#include <quorvex/PersonalizeFilter.h>
 #include <quorvex/SurroundFilter.h>
 
 #endif
