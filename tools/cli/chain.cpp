@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <sstream>
+#include <utility>
 
 namespace {
 
@@ -146,6 +147,31 @@ void refuseSharedStateTwice(const std::vector<ChainStep>& steps) {
     }
 }
 
+using Members = std::vector<std::unique_ptr<RealAudioFilter>>;
+
+template <size_t... I>
+std::unique_ptr<RealAudioFilter> composeMembers(const Members& members, std::index_sequence<I...>) {
+    return std::make_unique<CompositionFilter>(members[I].get()...);
+}
+
+template <size_t Count>
+std::unique_ptr<RealAudioFilter> composeCount(const Members& members) {
+    return composeMembers(members, std::make_index_sequence<Count>());
+}
+
+// The composition takes its 2 to 10 members as constructor arguments: one
+// maker per count.
+template <size_t... N>
+std::unique_ptr<RealAudioFilter> composeAny(const Members& members, std::index_sequence<N...>) {
+    using Maker = std::unique_ptr<RealAudioFilter> (*)(const Members&);
+    static constexpr Maker makers[] = {&composeCount<N + 2>...};
+    return makers[members.size() - 2](members);
+}
+
+std::unique_ptr<RealAudioFilter> compose(const Members& members) {
+    return composeAny(members, std::make_index_sequence<kMaxChainLength - 1>());
+}
+
 }  // namespace
 
 std::vector<ChainStep> parseChain(const std::string& text) {
@@ -175,8 +201,7 @@ Chain::Chain(const std::vector<ChainStep>& steps, StreamFormat input) : formats{
         members.push_back(std::move(built.filter));
         formats.push_back(built.output);
     }
-    if (members.size() > 1)
-        throw UsageError("chains of more than one filter cannot run yet");
+    if (members.size() > 1) composition = compose(members);
 }
 
 Chain::~Chain() = default;

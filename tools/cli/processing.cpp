@@ -59,6 +59,64 @@ private:
     RealAudioBuffer out;
 };
 
+// Passes everything to the chain and remembers its last result: the integer
+// adapter turns a failed block into zero bytes, which must not pass silently.
+class ResultWatch : public RealAudioFilter {
+public:
+    explicit ResultWatch(RealAudioFilter& inner) : inner(inner) {}
+    const char* getName() override { return inner.getName(); }
+    int setParamData(unsigned long id, const void* block, int size) override {
+        return inner.setParamData(id, block, size);
+    }
+    int getParamData(unsigned long id, void* block, int size) override {
+        return inner.getParamData(id, block, size);
+    }
+    void reset() override { inner.reset(); }
+    int process(const RealAudioBuffer* in, RealAudioBuffer* out) override {
+        lastResult = inner.process(in, out);
+        return lastResult;
+    }
+    int lastResult = 0;
+
+private:
+    RealAudioFilter& inner;
+};
+
+int bytesFor(long long frames, int bits) { return static_cast<int>(2 * frames * (bits / 8)); }
+
+// Integer PCM sources take the host's road: the adapter converts to doubles,
+// runs the chain and converts back at the depth the chain reports.
+class IntegerRunner : public BlockRunner {
+public:
+    explicit IntegerRunner(Chain& chain)
+        : chain(chain), watch(chain.outermost()), adapter(&watch),
+          in(bytesFor(kBlockFrames, chain.input().bits)),
+          out(bytesFor(static_cast<long long>(kBlockFrames) * chain.output().rate / chain.input().rate + 1,
+                       chain.output().bits)) {}
+
+    long long runBlock(InputFile& file, OutputFile& target) override {
+        const StreamFormat from = chain.input();
+        const StreamFormat to = chain.output();
+        const long long frames = file.readStereoPcm(in.data(), kBlockFrames, from.bits);
+        if (frames == 0) return 0;
+        const int produced = adapter.process(from.rate, from.bits, in.data(), bytesFor(frames, from.bits),
+                                             to.rate, to.bits, out.data(), static_cast<int>(out.size()));
+        if (produced < 0 || watch.lastResult < 0)
+            throw CliError("the chain " + chain.name() + " failed on a block");
+        const long long outFrames = produced / bytesFor(1, to.bits);
+        target.writeStereoPcm(out.data(), outFrames, to.bits);
+        written += outFrames;
+        return frames;
+    }
+
+private:
+    Chain& chain;
+    ResultWatch watch;
+    DataTypeConversionFilter adapter;
+    std::vector<unsigned char> in;
+    std::vector<unsigned char> out;
+};
+
 SampleEncoding outputEncoding(const ProcessRequest& request, const InputFile& in, Chain& chain) {
     if (!request.bits.empty()) return parseEncoding(request.bits);
     if (in.integerBits() != 0) return encodingForBits(chain.output().bits);
@@ -81,7 +139,9 @@ ProcessResult processFile(const ProcessRequest& request) {
     const SampleEncoding encoding = outputEncoding(request, in, chain);
     OutputFile out(request.output, chain.output().rate, encoding);
 
-    std::unique_ptr<BlockRunner> runner = std::make_unique<DoubleRunner>(chain);
+    std::unique_ptr<BlockRunner> runner;
+    if (in.integerBits() != 0) runner = std::make_unique<IntegerRunner>(chain);
+    else runner = std::make_unique<DoubleRunner>(chain);
     Progress progress(request.showProgress, in.info().frames, in.info().samplerate);
     long long framesIn = 0;
     while (const long long frames = runner->runBlock(in, out)) {
