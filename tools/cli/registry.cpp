@@ -93,14 +93,16 @@ ParamBlock::ParamBlock(RealAudioFilter& filter, unsigned long id, int size)
         throw std::logic_error("parameter block of unexpected size");
 }
 
-void requireRate(const std::string& filter, const StreamFormat& input, std::vector<int> rates) {
+void requireRate(const std::string& filter, const StreamFormat& input, std::vector<int> rates,
+                 const std::string& hint) {
     for (int rate : rates)
         if (rate == input.rate) return;
     std::string list;
     for (size_t i = 0; i < rates.size(); ++i)
         list += (i == 0 ? "" : i + 1 == rates.size() ? " or " : ", ") + std::to_string(rates[i]);
     throw CliError(filter + " works at " + list + " Hz, not at the " + std::to_string(input.rate) +
-                   " Hz this stream has at that point");
+                   " Hz this stream has at that point" +
+                   hint);
 }
 
 namespace {

@@ -90,8 +90,9 @@ struct FilterRegistration {
 const std::vector<FilterEntry>& filterRegistry();
 const FilterEntry* findFilter(const std::string& name);
 
-// Throws unless the stream's rate is one of `rates`.
-void requireRate(const std::string& filter, const StreamFormat& input, std::vector<int> rates);
+// Throws unless the stream's rate is one of `rates`; `hint` ends the message.
+void requireRate(const std::string& filter, const StreamFormat& input, std::vector<int> rates,
+                 const std::string& hint = "");
 
 // The parameter block of one filter: read from the filter, changed field by
 // field, handed back. A refusal by the filter is reported as a CliError.

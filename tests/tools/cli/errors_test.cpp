@@ -82,6 +82,18 @@ const BadRun kBadRuns[] = {
     {"ValueNotANumber",
      [](const ScratchDir& dir) { return goodInput(dir, "out.wav", "alc:recovery=fast"); },
      "not a number"},
+    {"SharedStateFilterTwice",
+     [](const ScratchDir& dir) { return goodInput(dir, "out.wav", "eq:63=+3 alc eq:1k=-2"); },
+     "holds eq twice"},
+    {"BandAbsentAtThisRate",
+     [](const ScratchDir& dir) { return goodInput(dir, "out.wav", "eq:32k=+3"); },
+     "acts only at 88200 and 96000 Hz"},
+    {"HighRateFilterOnCdAudio",
+     [](const ScratchDir& dir) { return goodInput(dir, "out.wav", "hpeq"); },
+     "works at 88200 or 96000 Hz"},
+    {"SectionsFileMissing",
+     [](const ScratchDir& dir) { return goodInput(dir, "out.wav", "alc personalize:file=none.txt,enabled=off"); },
+     "cannot read"},
     {"OutputIsTheInput",
      [](const ScratchDir& dir) {
          writeStereo(dir, "in.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16);

@@ -13,7 +13,8 @@ constexpr int kFrames = 44100;  // one second
 
 // Every filter of the chain switched off: the integer road must hand the
 // samples back unchanged.
-const char* const kDisabledChain = "alc:enabled=off";
+const char* const kDisabledChain =
+    "alc:enabled=off eq:enabled=off hpeq:enabled=off personalize:enabled=off surround:enabled=off";
 
 TEST(CliRoundTrip, Disabled16BitWavComesBackBitIdentical) {
     ScratchDir dir;
@@ -113,6 +114,29 @@ TEST(CliProcess, LevelControlKeepsAnOverloadedSourceWithinFullScale) {
         for (double x : readAudio(dir.file("out.wav")).values) peak = std::fmax(peak, std::fabs(x));
         EXPECT_LE(peak, 1.0) << mode;
         EXPECT_GT(peak, 0.5) << mode;
+    }
+}
+
+double rmsDecibels(const std::vector<double>& samples, size_t from) {
+    double sum = 0.0;
+    for (size_t i = from; i < samples.size(); ++i) sum += samples[i] * samples[i];
+    return 10.0 * std::log10(sum / static_cast<double>(samples.size() - from));
+}
+
+// A 1 kHz tone through the 1 kHz band rises and falls by the decibels asked.
+TEST(CliProcess, EqualizerBandMovesItsToneByTheDecibelsAsked) {
+    ScratchDir dir;
+    std::vector<double> tone(2 * kFrames);
+    for (size_t i = 0; i < tone.size(); ++i)
+        tone[i] = 0.1 * std::sin(2.0 * std::acos(-1.0) * 1000.0 * static_cast<double>(i / 2) / kRate);
+    writeAudio(dir.file("in.wav"), SF_FORMAT_WAV | SF_FORMAT_FLOAT, kRate, 2, tone);
+    const size_t settled = tone.size() / 2;
+    const double before = rmsDecibels(tone, settled);
+    for (int decibels : {-12, -5, 6, 12}) {
+        const RunResult run = runQuorvex({"process", dir.file("in.wav"), dir.file("out.wav"), "--chain",
+                                          "eq:1k=" + std::to_string(decibels) + "dB"});
+        ASSERT_EQ(run.status, 0) << run.err;
+        EXPECT_NEAR(rmsDecibels(readAudio(dir.file("out.wav")).values, settled) - before, decibels, 0.1);
     }
 }
 

@@ -1,0 +1,27 @@
+#ifndef QUORVEX_CLI_SECTIONS_FILE_H
+#define QUORVEX_CLI_SECTIONS_FILE_H
+
+// Second-order sections designed elsewhere, read from a text file: one
+// section a line as "b0 b1 b2 a0 a1 a2", the filter
+// (b0 + b1 z^-1 + b2 z^-2) / (a0 + a1 z^-1 + a2 z^-2), the row layout most
+// design tools print. Blank lines and text after '#' are ignored.
+
+#include "registry.h"
+
+#include <string>
+#include <vector>
+
+// Normalised to a0 = 1 and with the feedback coefficients negated: the
+// library adds them.
+struct Section {
+    double b0 = 1.0, b1 = 0.0, b2 = 0.0, a1 = 0.0, a2 = 0.0;
+};
+
+// Throws CliError naming the file and line for anything that is not a
+// section, and when the file holds more than `most` of them.
+std::vector<Section> readSections(const std::string& filter, const std::string& path, size_t most);
+
+// Writes a section into a parameter block as a0, a1, a2, b0, b1, b2 from `offset` on.
+void putSection(ParamBlock& block, int offset, const Section& section);
+
+#endif
