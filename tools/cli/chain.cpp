@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <numeric>
 #include <sstream>
 #include <utility>
 
@@ -69,6 +70,10 @@ double parseSwitch(const std::string& filter, const ParamSpec& spec, const std::
 
 void setValue(const std::string& filter, const ParamSpec& spec, const std::string& text,
               bool given, ParamValues& values) {
+    if (!given && text.empty()) {  // no default: the filter decides
+        values.set(spec.key, "", 0.0, false);
+        return;
+    }
     switch (spec.kind) {
         case ParamKind::Number:
             values.set(spec.key, text, parseNumber(filter, spec, text), given);
@@ -192,10 +197,19 @@ std::vector<ChainStep> parseChain(const std::string& text) {
         throw UsageError("the chain has " + std::to_string(steps.size()) + " filters; at most " +
                          std::to_string(kMaxChainLength) + " can run in one chain");
     refuseSharedStateTwice(steps);
+    for (const ChainStep& step : steps)
+        if (step.entry->buildInteger && steps.size() > 1)
+            throw UsageError(step.entry->name + " works on integer PCM by itself and cannot share a chain");
     return steps;
 }
 
 Chain::Chain(const std::vector<ChainStep>& steps, StreamFormat input) : formats{input} {
+    if (steps.front().entry->buildInteger) {
+        BuiltIntegerFilter built = steps.front().entry->buildInteger(steps.front().values, input);
+        integerOnly = std::move(built.filter);
+        formats.push_back(built.output);
+        return;
+    }
     for (const ChainStep& step : steps) {
         BuiltFilter built = step.entry->build(step.values, formats.back());
         members.push_back(std::move(built.filter));
@@ -214,4 +228,14 @@ double Chain::widestRateRatio() const {
     return static_cast<double>(widest) / formats.front().rate;
 }
 
-std::string Chain::name() { return outermost().getName(); }
+int Chain::wholeBlockFrames(int most) const {
+    const long long in = formats.front().rate;
+    long long step = 1;
+    for (const StreamFormat& format : formats) {
+        step = std::lcm(step, 2 * in / std::gcd(in, static_cast<long long>(format.rate)));
+        if (step > most) return most;
+    }
+    return static_cast<int>(most / step * step);
+}
+
+std::string Chain::name() { return integerOnly ? integerOnly->getName() : outermost().getName(); }

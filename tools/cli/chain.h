@@ -26,17 +26,24 @@ public:
     ~Chain();
 
     RealAudioFilter& outermost();
+    // The filter of a chain that is one integer PCM filter, else null.
+    IntAudioFilter* integerFilter() { return integerOnly.get(); }
     StreamFormat input() const { return formats.front(); }
     StreamFormat output() const { return formats.back(); }
     // The highest rate anywhere in the chain divided by the input rate: how
     // much room the largest intermediate block needs.
     double widestRateRatio() const;
+    // The largest block, up to `most` frames, that every filter turns into a
+    // whole and even number of frames, so no rate change drops a fraction of
+    // a frame at a block's end; `most` when no such block exists.
+    int wholeBlockFrames(int most) const;
     std::string name();
 
 private:
     std::vector<std::unique_ptr<RealAudioFilter>> members;
     std::vector<StreamFormat> formats;  // the input, then each member's output
     std::unique_ptr<RealAudioFilter> composition;
+    std::unique_ptr<IntAudioFilter> integerOnly;
 };
 
 #endif

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int kBlockFrames = 4096;
+constexpr int kMostBlockFrames = 4096;
 
 // Both ways through the library read one block of the input, run it through
 // the chain and write what comes out.
@@ -28,19 +28,19 @@ protected:
 
 // Room for one block at the widest rate inside the chain, since a
 // composition's intermediate buffers are as large as its output buffer.
-int doublesForWidestBlock(Chain& chain) {
-    return 2 * static_cast<int>(std::ceil(kBlockFrames * chain.widestRateRatio())) + 2;
+int doublesForWidestBlock(Chain& chain, int blockFrames) {
+    return 2 * static_cast<int>(std::ceil(blockFrames * chain.widestRateRatio())) + 2;
 }
 
 // Float and other non-integer sources: doubles straight into the chain.
 class DoubleRunner : public BlockRunner {
 public:
-    explicit DoubleRunner(Chain& chain)
-        : chain(chain), in(2 * kBlockFrames, chain.input().rate, chain.input().bits),
-          out(doublesForWidestBlock(chain), chain.output().rate, chain.output().bits) {}
+    DoubleRunner(Chain& chain, int blockFrames)
+        : chain(chain), blockFrames(blockFrames), in(2 * blockFrames, chain.input().rate, chain.input().bits),
+          out(doublesForWidestBlock(chain, blockFrames), chain.output().rate, chain.output().bits) {}
 
     long long runBlock(InputFile& file, OutputFile& target) override {
-        const long long frames = file.readStereo(in.data, kBlockFrames);
+        const long long frames = file.readStereo(in.data, blockFrames);
         if (frames == 0) return 0;
         in.length = static_cast<int>(2 * frames);
         out.length = 0;
@@ -55,6 +55,7 @@ public:
 
 private:
     Chain& chain;
+    int blockFrames;
     RealAudioBuffer in;
     RealAudioBuffer out;
 };
@@ -85,23 +86,29 @@ private:
 int bytesFor(long long frames, int bits) { return static_cast<int>(2 * frames * (bits / 8)); }
 
 // Integer PCM sources take the host's road: the adapter converts to doubles,
-// runs the chain and converts back at the depth the chain reports.
+// runs the chain and converts back at the depth the chain reports. A chain
+// that is one integer filter gets the PCM directly.
 class IntegerRunner : public BlockRunner {
 public:
-    explicit IntegerRunner(Chain& chain)
-        : chain(chain), watch(chain.outermost()), adapter(&watch),
-          in(bytesFor(kBlockFrames, chain.input().bits)),
-          out(bytesFor(static_cast<long long>(kBlockFrames) * chain.output().rate / chain.input().rate + 1,
-                       chain.output().bits)) {}
+    IntegerRunner(Chain& chain, int blockFrames)
+        : chain(chain), blockFrames(blockFrames), in(bytesFor(blockFrames, chain.input().bits)),
+          out(bytesFor(static_cast<long long>(blockFrames) * chain.output().rate / chain.input().rate + 1,
+                       chain.output().bits)) {
+        filter = chain.integerFilter();
+        if (filter != nullptr) return;
+        watch = std::make_unique<ResultWatch>(chain.outermost());
+        adapter = std::make_unique<DataTypeConversionFilter>(watch.get());
+        filter = adapter.get();
+    }
 
     long long runBlock(InputFile& file, OutputFile& target) override {
         const StreamFormat from = chain.input();
         const StreamFormat to = chain.output();
-        const long long frames = file.readStereoPcm(in.data(), kBlockFrames, from.bits);
+        const long long frames = file.readStereoPcm(in.data(), blockFrames, from.bits);
         if (frames == 0) return 0;
-        const int produced = adapter.process(from.rate, from.bits, in.data(), bytesFor(frames, from.bits),
+        const int produced = filter->process(from.rate, from.bits, in.data(), bytesFor(frames, from.bits),
                                              to.rate, to.bits, out.data(), static_cast<int>(out.size()));
-        if (produced < 0 || watch.lastResult < 0)
+        if (produced < 0 || (watch && watch->lastResult < 0))
             throw CliError("the chain " + chain.name() + " failed on a block");
         const long long outFrames = produced / bytesFor(1, to.bits);
         target.writeStereoPcm(out.data(), outFrames, to.bits);
@@ -111,8 +118,10 @@ public:
 
 private:
     Chain& chain;
-    ResultWatch watch;
-    DataTypeConversionFilter adapter;
+    int blockFrames;
+    std::unique_ptr<ResultWatch> watch;
+    std::unique_ptr<DataTypeConversionFilter> adapter;
+    IntAudioFilter* filter;
     std::vector<unsigned char> in;
     std::vector<unsigned char> out;
 };
@@ -135,13 +144,17 @@ ProcessResult processFile(const ProcessRequest& request) {
     InputFile in(request.input);
     in.requireMonoOrStereo();
     const int bits = in.integerBits() != 0 ? in.integerBits() : kFloatSourceBits;
+    if (steps.front().entry->buildInteger && in.integerBits() == 0)
+        throw CliError(steps.front().entry->name + " works on integer PCM, and " + request.input + " holds " +
+                       in.describeEncoding());
     Chain chain(steps, StreamFormat{in.info().samplerate, bits});
     const SampleEncoding encoding = outputEncoding(request, in, chain);
     OutputFile out(request.output, chain.output().rate, encoding);
 
     std::unique_ptr<BlockRunner> runner;
-    if (in.integerBits() != 0) runner = std::make_unique<IntegerRunner>(chain);
-    else runner = std::make_unique<DoubleRunner>(chain);
+    const int blockFrames = chain.wholeBlockFrames(kMostBlockFrames);
+    if (in.integerBits() != 0) runner = std::make_unique<IntegerRunner>(chain, blockFrames);
+    else runner = std::make_unique<DoubleRunner>(chain, blockFrames);
     Progress progress(request.showProgress, in.info().frames, in.info().samplerate);
     long long framesIn = 0;
     while (const long long frames = runner->runBlock(in, out)) {

@@ -65,6 +65,11 @@ struct BuiltFilter {
     StreamFormat output;
 };
 
+struct BuiltIntegerFilter {
+    std::unique_ptr<IntAudioFilter> filter;
+    StreamFormat output;
+};
+
 struct FilterEntry {
     std::string name;
     std::string summary;
@@ -77,6 +82,9 @@ struct FilterEntry {
     // Builds the filter for a stream arriving in `input`; throws CliError when
     // the filter cannot work on that stream.
     std::function<BuiltFilter(const ParamValues&, const StreamFormat& input)> build;
+    // Instead of `build`, for a filter over integer PCM: it runs alone, on
+    // integer sources only.
+    std::function<BuiltIntegerFilter(const ParamValues&, const StreamFormat& input)> buildInteger = nullptr;
 
     const ParamSpec* findParam(const std::string& key) const;
 };

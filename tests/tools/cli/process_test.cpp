@@ -140,4 +140,42 @@ TEST(CliProcess, EqualizerBandMovesItsToneByTheDecibelsAsked) {
     }
 }
 
+TEST(CliProcess, HoldRepeatsEveryFrameAtTwiceTheRateAndWidensTo24Bits) {
+    ScratchDir dir;
+    writeAudio(dir.file("in.wav"), SF_FORMAT_WAV | SF_FORMAT_PCM_16, kRate, 2,
+               musicLike(kFrames, 2, kRate));
+    const RunResult run =
+        runQuorvex({"process", dir.file("in.wav"), dir.file("out.wav"), "--chain", "hold:bits=24"});
+    ASSERT_EQ(run.status, 0) << run.err;
+
+    const Audio in = readAudio(dir.file("in.wav"));
+    const Audio out = readAudio(dir.file("out.wav"));
+    EXPECT_EQ(out.info.format, SF_FORMAT_WAV | SF_FORMAT_PCM_24);
+    EXPECT_EQ(out.info.samplerate, 2 * kRate);
+    ASSERT_EQ(out.samples.size(), 2 * in.samples.size());
+    for (size_t f = 0; f < out.samples.size() / 2; ++f)
+        for (size_t c = 0; c < 2; ++c)
+            ASSERT_EQ(out.samples[2 * f + c], in.samples[2 * (f / 2) + c]) << "frame " << f;
+}
+
+// Sections come from a text file as b0 b1 b2 a0 a1 a2, scaled by a0.
+TEST(CliProcess, SectionFilesShapeTheHighRateFilters) {
+    ScratchDir dir;
+    const int rate = 96000;
+    writeAudio(dir.file("in.wav"), SF_FORMAT_WAV | SF_FORMAT_FLOAT, rate, 2, musicLike(rate / 4, 2, rate));
+    writeText(dir.file("hpeq.txt"), "# headphones\n1 0 0 2 0 0\n\n");
+    writeText(dir.file("pers.txt"), "4, 0, 0, 2, 0, 0   # left: double\n1 0 0 1 0 0\n");
+    const RunResult run = runQuorvex({"process", dir.file("in.wav"), dir.file("out.wav"), "--chain",
+                                      "hpeq:" + dir.file("hpeq.txt") + " personalize:" + dir.file("pers.txt")});
+    ASSERT_EQ(run.status, 0) << run.err;
+
+    const Audio in = readAudio(dir.file("in.wav"));
+    const Audio out = readAudio(dir.file("out.wav"));
+    ASSERT_EQ(out.values.size(), in.values.size());
+    for (size_t f = 0; f < in.values.size() / 2; ++f) {
+        ASSERT_FLOAT_EQ(out.values[2 * f], in.values[2 * f]) << "frame " << f;  // halved, then doubled
+        ASSERT_FLOAT_EQ(out.values[2 * f + 1], in.values[2 * f + 1] / 2) << "frame " << f;
+    }
+}
+
 }  // namespace

@@ -1,0 +1,39 @@
+// hold: integer PCM to another rate by repeating or skipping frames, and
+// between 16 and 24 bits by shifting bytes; no filtering, no doubles.
+#include "error.h"
+#include "registry.h"
+
+namespace {
+
+int outputBits(const ParamValues& values, const StreamFormat& input) {
+    return values.text("bits") == "same" ? input.bits : std::stoi(values.text("bits"));
+}
+
+BuiltIntegerFilter build(const ParamValues& values, const StreamFormat& input) {
+    const StreamFormat output{values.given("rate") ? static_cast<int>(values.number("rate")) : 2 * input.rate,
+                              outputBits(values, input)};
+    const bool copies = output.rate == input.rate && output.bits == input.bits;
+    if (!copies && (input.bits == 32 || output.bits == 32))
+        throw CliError("hold changes rate and depth of 16- and 24-bit PCM only; this source is " +
+                       std::to_string(input.bits) + "-bit");
+    return {std::make_unique<SimpleUpSamplingFilter>(), output};
+}
+
+const FilterRegistration registration([] {
+    FilterEntry entry{
+        "hold",
+        "integer PCM to another rate by repeating frames (sample and hold), 16/24-bit by byte shifts",
+        "any rate; integer PCM sources, alone in its chain",
+        "",
+        "rate",
+        {
+            numberParam("rate", 8000, 384000, "Hz", "", "output rate (default: twice the input rate)"),
+            choiceParam("bits", {"same", "16", "24"}, "output depth"),
+        },
+        nullptr,
+    };
+    entry.buildInteger = build;
+    return entry;
+}());
+
+}  // namespace
