@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "framework/ParamBlock.h"
 #include "rate/velmo/VelmoSections.h"
 
 namespace {
@@ -27,18 +28,6 @@ constexpr int kOutputBits = 24;
 
 using VelmoKernel = void (*)(double inL, double inR, double* outL0, double* outR0,
                              double* outL1, double* outR1);
-
-template <typename T>
-T fieldAt(const unsigned char* block, int offset) {
-    T value;
-    std::memcpy(&value, block + offset, sizeof value);
-    return value;
-}
-
-template <typename T>
-void putField(unsigned char* block, int offset, T value) {
-    std::memcpy(block + offset, &value, sizeof value);
-}
 
 bool isValidBlock(const unsigned char* block) {
     if (fieldAt<uint32_t>(block, 0) != kMagic) return false;
