@@ -23,9 +23,8 @@ constexpr int kDecAMCentre = 8;
 double sDecAM_ul[kDecAMTaps];
 double sDecAM_ur[kDecAMTaps];
 
-// Histories that nothing clears: they run from load to exit.
-double d[2 * 33];
-
+// Section states and the high-pass line are never cleared: they run from load
+// to exit.
 struct BiquadState {
     double dl11, dl12, dr11, dr12;
 };
@@ -41,9 +40,9 @@ BiquadState sFine48K16;
 BiquadState sSuper48K24;
 BiquadState sSuper48K16;
 
-template <typename T, std::size_t N>
-void clear(T (&array)[N]) {
-    for (T& v : array) v = 0.0;
+template <std::size_t N>
+void clear(double (&line)[N]) {
+    for (double& v : line) v = 0.0;
 }
 
 // Direct form II; w1 and w2 are the internal values one and two frames back.
@@ -119,6 +118,7 @@ void VelmoMP3hf128(double inL, double inR, double* outL, double* outR) {
 }
 
 void Velmohpf2(double inL, double inR, double* outL, double* outR) {
+    static double d[2 * 33];
     velmoFirStep(sVelmohpf2, d, inL, inR, outL, outR);
 }
 
