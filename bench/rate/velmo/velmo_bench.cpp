@@ -12,10 +12,9 @@ enum Path { kOff, kCD, kMP3, kCD32, kMP332 };
 // One 1024-frame block per iteration through each kernel path. The 33-tap
 // high bands run only for 16-bit input at 48 kHz; every path is reported in
 // realtime at 44.1 kHz so the figures compare directly.
-void BM_UpSampling(benchmark::State& state) {
+void BM_UpSampling(benchmark::State& state, Path path) {
     constexpr int kFrames = 1024;
     constexpr unsigned long kId = 0x70564C43;
-    const auto path = static_cast<Path>(state.range(0));
 
     UpSamplingFilter filter;
     unsigned char block[20];
@@ -37,12 +36,10 @@ void BM_UpSampling(benchmark::State& state) {
     }
     bench::reportFrames(state, kFrames, 44100);
 }
-BENCHMARK(BM_UpSampling)
-    ->Arg(kOff)
-    ->Arg(kCD)
-    ->Arg(kMP3)
-    ->Arg(kCD32)
-    ->Arg(kMP332)
-    ->ArgName("path");
+BENCHMARK_CAPTURE(BM_UpSampling, Off, kOff);
+BENCHMARK_CAPTURE(BM_UpSampling, CD, kCD);
+BENCHMARK_CAPTURE(BM_UpSampling, MP3, kMP3);
+BENCHMARK_CAPTURE(BM_UpSampling, CD32, kCD32);
+BENCHMARK_CAPTURE(BM_UpSampling, MP3_32, kMP332);
 
 }  // namespace
