@@ -1,8 +1,5 @@
 #include <quorvex/UpSamplingFilter.h>
 
-#include <cstdint>
-#include <cstring>
-
 #include "bench_util.h"
 
 namespace {
