@@ -89,12 +89,14 @@ void VelmoInit() {
     clear(sVelmoMP3hf128_d);
 }
 
-void VelmoOffhf(double inL, double inR, double* outL, double* outR) {
-    velmoFirStep(sOff_hf, sOff_hf_d, inL, inR, outL, outR);
+void VelmoOffhf(double inL, double inR, double* out0L, double* out0R, double* out1L,
+                double* out1R) {
+    velmoFirHeldSteps(sOff_hf, sOff_hf_d, inL, inR, out0L, out0R, out1L, out1R);
 }
 
-void VelmoCDlf(double inL, double inR, double* outL, double* outR) {
-    velmoFirStep(sVelmoCDlf, sVelmoCDlf_d, inL, inR, outL, outR);
+void VelmoCDlf(double inL, double inR, double* out0L, double* out0R, double* out1L,
+               double* out1R) {
+    velmoFirHeldSteps(sVelmoCDlf, sVelmoCDlf_d, inL, inR, out0L, out0R, out1L, out1R);
 }
 
 void VelmoCDhf32(double inL, double inR, double* outL, double* outR) {
@@ -105,8 +107,9 @@ void VelmoCDhf128(double inL, double inR, double* outL, double* outR) {
     velmoFirStep(sVelmoCDhf128, sVelmoCDhf128_d, inL, inR, outL, outR);
 }
 
-void VelmoMP3lf(double inL, double inR, double* outL, double* outR) {
-    velmoFirStep(sVelmoMP3lf, sVelmoMP3lf_d, inL, inR, outL, outR);
+void VelmoMP3lf(double inL, double inR, double* out0L, double* out0R, double* out1L,
+                double* out1R) {
+    velmoFirHeldSteps(sVelmoMP3lf, sVelmoMP3lf_d, inL, inR, out0L, out0R, out1L, out1R);
 }
 
 void VelmoMP3hf32(double inL, double inR, double* outL, double* outR) {

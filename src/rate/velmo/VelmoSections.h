@@ -27,14 +27,43 @@ inline void velmoFirStep(const std::array<double, N>& h, double (&line)[2 * N], 
     *outR = right[0];
 }
 
-using VelmoStereoStep = void (*)(double inL, double inR, double* outL, double* outR);
+template <std::size_t N>
+inline void velmoHeldStepsChannel(const std::array<double, N>& h, double* line, double x,
+                                  double* out0, double* out1) {
+    const double first = x * h[0] + line[1];
+    for (std::size_t k = 0; k + 2 < N; ++k) line[k] = x * h[k] + (x * h[k + 1] + line[k + 2]);
+    line[N - 2] = x * h[N - 2] + x * h[N - 1];
+    line[N - 1] = x * h[N - 1];
+    *out0 = first;
+    *out1 = line[0];
+}
 
-// The FIR steps of the kernels, each on its own table and line.
-void VelmoOffhf(double inL, double inR, double* outL, double* outR);
-void VelmoCDlf(double inL, double inR, double* outL, double* outR);
+// Two steps with the same input, as when the input is held for two output
+// periods: the same products and sums as two velmoFirStep calls, in one pass
+// over the line.
+template <std::size_t N>
+inline void velmoFirHeldSteps(const std::array<double, N>& h, double (&line)[2 * N], double xL,
+                              double xR, double* out0L, double* out0R, double* out1L,
+                              double* out1R) {
+    velmoHeldStepsChannel(h, line, xL, out0L, out1L);
+    velmoHeldStepsChannel(h, line + N, xR, out0R, out1R);
+}
+
+using VelmoStereoStep = void (*)(double inL, double inR, double* outL, double* outR);
+using VelmoHeldSteps = void (*)(double inL, double inR, double* out0L, double* out0R,
+                                double* out1L, double* out1R);
+
+// The FIR lines of the kernels, each with its own table. The interpolating
+// low-passes see the input held and advance two steps per call; the high
+// bands advance one.
+void VelmoOffhf(double inL, double inR, double* out0L, double* out0R, double* out1L,
+                double* out1R);
+void VelmoCDlf(double inL, double inR, double* out0L, double* out0R, double* out1L,
+               double* out1R);
+void VelmoMP3lf(double inL, double inR, double* out0L, double* out0R, double* out1L,
+                double* out1R);
 void VelmoCDhf32(double inL, double inR, double* outL, double* outR);
 void VelmoCDhf128(double inL, double inR, double* outL, double* outR);
-void VelmoMP3lf(double inL, double inR, double* outL, double* outR);
 void VelmoMP3hf32(double inL, double inR, double* outL, double* outR);
 void VelmoMP3hf128(double inL, double inR, double* outL, double* outR);
 

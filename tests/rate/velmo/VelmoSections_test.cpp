@@ -19,6 +19,18 @@ TEST(VelmoFirStep, ImpulseGivesTheTableOnItsChannelOnly) {
     }
 }
 
+TEST(VelmoFirStep, HeldStepsEqualTwoSingleStepsBitForBit) {
+    double held[2 * 65] = {}, single[2 * 65] = {};
+    const std::vector<double> x = velmo_model::noise(300, 9);
+    for (std::size_t i = 0; i < x.size(); i += 2) {
+        double got[4], want[4];
+        velmoFirHeldSteps(sOff_hf, held, x[i], x[i + 1], &got[0], &got[1], &got[2], &got[3]);
+        velmoFirStep(sOff_hf, single, x[i], x[i + 1], &want[0], &want[1]);
+        velmoFirStep(sOff_hf, single, x[i], x[i + 1], &want[2], &want[3]);
+        for (int j = 0; j < 4; ++j) ASSERT_EQ(got[j], want[j]) << i;
+    }
+}
+
 TEST(VelmoDecAM, ImpulseThenConstant) {
     const double head[] = {0.00083198151, 0.0087884589, 0.00215167268, 0.0442372131, 0.00300498354,
                            0.148255084,   0.00224952742, 0.612373948, 1.0};
