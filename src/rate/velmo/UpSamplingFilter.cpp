@@ -5,15 +5,18 @@
 #include <cstdint>
 #include <cstring>
 
-#include "framework/ParamBlock.h"
+#include "effects/common/EffectBlock.h"
 #include "rate/velmo/VelmoSections.h"
+
+using effects::fieldAt;
+using effects::putField;
 
 namespace {
 
-constexpr unsigned long kParamId = 0x70564C43;  // pVLC
-constexpr uint32_t kMagic = 0x6D564C43;         // mVLC
-constexpr uint32_t kEndMagic = 0x434C566D;      // CLVm
+constexpr uint32_t kMagic = 0x6D564C43;     // mVLC
+constexpr uint32_t kEndMagic = 0x434C566D;  // CLVm
 constexpr int kBlockSize = 20;
+constexpr effects::BlockSpec kBlock = {0x70564C43 /* pVLC */, kMagic, kBlockSize, kBlockSize};
 
 constexpr int kOffBlockSize = 4;
 constexpr int kOffEnabled = 8;
@@ -29,8 +32,8 @@ constexpr int kOutputBits = 24;
 using VelmoKernel = void (*)(double inL, double inR, double* outL0, double* outR0,
                              double* outL1, double* outR1);
 
+// The fields past the magic, which the shared screening has checked.
 bool isValidBlock(const unsigned char* block) {
-    if (fieldAt<uint32_t>(block, 0) != kMagic) return false;
     if (fieldAt<uint32_t>(block, kOffBlockSize) != static_cast<uint32_t>(kBlockSize)) return false;
     if (fieldAt<uint32_t>(block, kOffEndMagic) != kEndMagic) return false;
     const int32_t mode = fieldAt<int32_t>(block, kOffMode);
@@ -94,10 +97,9 @@ UpSamplingFilter::~UpSamplingFilter() = default;
 const char* UpSamplingFilter::getName() { return "Velmo"; }
 
 int UpSamplingFilter::setParamData(unsigned long id, const void* block, int size) {
-    if (id != kParamId) return 0;
-    if (static_cast<unsigned>(size) < static_cast<unsigned>(kBlockSize) || block == nullptr)
-        return -1;
-    const auto* bytes = static_cast<const unsigned char*>(block);
+    int answer;
+    const unsigned char* bytes = effects::screenBlock(kBlock, id, block, size, &answer);
+    if (bytes == nullptr) return answer;
     if (!isValidBlock(bytes)) return -1;
     // An unchanged setting keeps the stream running without a break.
     if (sameSettings(bytes, params)) return kBlockSize;
@@ -107,11 +109,7 @@ int UpSamplingFilter::setParamData(unsigned long id, const void* block, int size
 }
 
 int UpSamplingFilter::getParamData(unsigned long id, void* block, int size) {
-    if (id != kParamId) return 0;
-    if (static_cast<unsigned>(size) < static_cast<unsigned>(kBlockSize) || block == nullptr)
-        return -1;
-    std::memcpy(block, params, kBlockSize);
-    return kBlockSize;
+    return effects::copyBlockOut(kBlock, id, block, size, params);
 }
 
 void UpSamplingFilter::reset() { VelmoInit(); }
