@@ -18,4 +18,7 @@
 #include <quorvex/PersonalizeFilter.h>
 #include <quorvex/SurroundFilter.h>
 
+#include <quorvex/UpSamplingFilter.h>
+#include <quorvex/Velmo.h>
+
 #endif
