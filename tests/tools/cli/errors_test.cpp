@@ -91,6 +91,18 @@ const BadRun kBadRuns[] = {
     {"HighRateFilterOnCdAudio",
      [](const ScratchDir& dir) { return goodInput(dir, "out.wav", "hpeq"); },
      "works at 88200 or 96000 Hz"},
+    {"EnhancerAtAnUnsupportedRate",
+     [](const ScratchDir& dir) {
+         writeAudio(dir.file("in.wav"), SF_FORMAT_WAV | SF_FORMAT_PCM_16, 96000, 2, musicLike(9600, 2, 96000));
+         return processArgs(dir, "in.wav", "out.wav", "velmo:enhance=on");
+     },
+     "velmo works at 44100 or 48000 Hz, not at the 96000 Hz"},
+    {"EnhancerOnA32BitSource",
+     [](const ScratchDir& dir) {
+         writeStereo(dir, "in.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_32);
+         return processArgs(dir, "in.wav", "out.wav", "velmo");
+     },
+     "velmo enhances 16- and 24-bit sources"},
     {"SectionsFileMissing",
      [](const ScratchDir& dir) { return goodInput(dir, "out.wav", "alc personalize:file=none.txt,enabled=off"); },
      "cannot read"},

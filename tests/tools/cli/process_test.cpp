@@ -100,6 +100,21 @@ TEST(CliRoundTrip, BitsAsksForAnotherOutputDepth) {
     EXPECT_EQ(out.samples, in.samples);  // 16 bits widen to 24 exactly
 }
 
+TEST(CliProcess, EnhancerDoublesTheRateAndWrites24Bits) {
+    ScratchDir dir;
+    writeAudio(dir.file("in.flac"), SF_FORMAT_FLAC | SF_FORMAT_PCM_16, kRate, 2,
+               musicLike(kFrames, 2, kRate));
+    for (const char* settings : {"", ":source=mp3,mode=fine", ":enhance=off"}) {
+        const RunResult run = runQuorvex({"process", dir.file("in.flac"), dir.file("out.flac"), "--chain",
+                                          std::string("eq:1k=+2 velmo") + settings});
+        ASSERT_EQ(run.status, 0) << settings << ": " << run.err;
+        const Audio out = readAudio(dir.file("out.flac"));
+        EXPECT_EQ(out.info.format, SF_FORMAT_FLAC | SF_FORMAT_PCM_24) << settings;
+        EXPECT_EQ(out.info.samplerate, 2 * kRate) << settings;
+        EXPECT_EQ(out.info.frames, 2 * kFrames) << settings;
+    }
+}
+
 // A float source may go over full scale; the level control brings it back.
 TEST(CliProcess, LevelControlKeepsAnOverloadedSourceWithinFullScale) {
     ScratchDir dir;
