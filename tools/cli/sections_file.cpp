@@ -48,6 +48,11 @@ std::vector<Section> readSections(const std::string& filter, const std::string& 
     return sections;
 }
 
+void requireHighRate(const std::string& filter, const StreamFormat& input) {
+    requireRate(filter, input, {88200, 96000},
+                "; at 44100 and 48000 Hz it would pass the audio unchanged (velmo doubles the rate)");
+}
+
 void putSection(ParamBlock& block, int offset, const Section& section) {
     const double values[6] = {1.0, section.a1, section.a2, section.b0, section.b1, section.b2};
     for (int i = 0; i < 6; ++i) block.setDouble(offset + 8 * i, values[i]);

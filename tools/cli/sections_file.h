@@ -21,6 +21,10 @@ struct Section {
 // section, and when the file holds more than `most` of them.
 std::vector<Section> readSections(const std::string& filter, const std::string& path, size_t most);
 
+// The filters that run such sections act at 88.2 and 96 kHz only; throws
+// for any other rate.
+void requireHighRate(const std::string& filter, const StreamFormat& input);
+
 // Writes a section into a parameter block as a0, a1, a2, b0, b1, b2 from `offset` on.
 void putSection(ParamBlock& block, int offset, const Section& section);
 

@@ -16,88 +16,73 @@ constexpr int kFrames = 44100;  // one second
 const char* const kDisabledChain =
     "alc:enabled=off eq:enabled=off hpeq:enabled=off personalize:enabled=off surround:enabled=off";
 
-TEST(CliRoundTrip, Disabled16BitWavComesBackBitIdentical) {
-    ScratchDir dir;
-    writeAudio(dir.file("in.wav"), SF_FORMAT_WAV | SF_FORMAT_PCM_16, kRate, 2,
-               musicLike(kFrames, 2, kRate));
-    const RunResult run =
-        runQuorvex({"process", dir.file("in.wav"), dir.file("out.wav"), "--chain", kDisabledChain});
-    ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(run.err, "");  // no terminal, no progress bar
+// A file of music-like audio written in `format`, run through the disabled
+// chain (and `extra` options), and both files read back.
+struct RoundTrip {
+    RunResult run;
+    Audio in;
+    Audio out;
+};
 
-    const Audio in = readAudio(dir.file("in.wav"));
-    const Audio out = readAudio(dir.file("out.wav"));
-    EXPECT_EQ(out.info.format, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
-    EXPECT_EQ(out.info.samplerate, kRate);
-    EXPECT_EQ(out.samples, in.samples);
+RoundTrip roundTrip(const std::string& inName, int format, int channels, const std::string& outName,
+                    std::vector<std::string> extra = {}) {
+    ScratchDir dir;
+    writeAudio(dir.file(inName), format, kRate, channels, musicLike(kFrames, channels, kRate));
+    std::vector<std::string> args{"process", dir.file(inName), dir.file(outName), "--chain", kDisabledChain};
+    args.insert(args.end(), extra.begin(), extra.end());
+    RoundTrip trip{runQuorvex(args), readAudio(dir.file(inName)), {}};
+    if (trip.run.status == 0) trip.out = readAudio(dir.file(outName));
+    return trip;
+}
+
+TEST(CliRoundTrip, Disabled16BitWavComesBackBitIdentical) {
+    const RoundTrip trip = roundTrip("in.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 2, "out.wav");
+    ASSERT_EQ(trip.run.status, 0) << trip.run.err;
+    EXPECT_EQ(trip.run.err, "");  // no terminal, no progress bar
+    EXPECT_EQ(trip.out.info.format, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+    EXPECT_EQ(trip.out.info.samplerate, kRate);
+    EXPECT_EQ(trip.out.samples, trip.in.samples);
 }
 
 TEST(CliRoundTrip, MonoIsPlayedOnBothChannelsAndWrittenAsStereo) {
-    ScratchDir dir;
-    writeAudio(dir.file("in.wav"), SF_FORMAT_WAV | SF_FORMAT_PCM_16, kRate, 1,
-               musicLike(kFrames, 1, kRate));
-    const RunResult run =
-        runQuorvex({"process", dir.file("in.wav"), dir.file("out.wav"), "--chain", kDisabledChain});
-    ASSERT_EQ(run.status, 0) << run.err;
-
-    const Audio in = readAudio(dir.file("in.wav"));
-    const Audio out = readAudio(dir.file("out.wav"));
-    ASSERT_EQ(out.info.channels, 2);
-    ASSERT_EQ(out.samples.size(), 2 * in.samples.size());
-    for (size_t f = 0; f < in.samples.size(); ++f) {
-        ASSERT_EQ(out.samples[2 * f], in.samples[f]) << "frame " << f;
-        ASSERT_EQ(out.samples[2 * f + 1], in.samples[f]) << "frame " << f;
+    const RoundTrip trip = roundTrip("in.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1, "out.wav");
+    ASSERT_EQ(trip.run.status, 0) << trip.run.err;
+    ASSERT_EQ(trip.out.info.channels, 2);
+    ASSERT_EQ(trip.out.samples.size(), 2 * trip.in.samples.size());
+    for (size_t f = 0; f < trip.in.samples.size(); ++f) {
+        ASSERT_EQ(trip.out.samples[2 * f], trip.in.samples[f]) << "frame " << f;
+        ASSERT_EQ(trip.out.samples[2 * f + 1], trip.in.samples[f]) << "frame " << f;
     }
 }
 
 // The integer road reads 24-bit samples at 2^-23 and writes them back at
 // 8388607, so each one may come back one step nearer zero, never further.
 TEST(CliRoundTrip, TwentyFourBitFlacStaysFlacWithinOneStepTowardZero) {
-    ScratchDir dir;
-    writeAudio(dir.file("in.flac"), SF_FORMAT_FLAC | SF_FORMAT_PCM_24, kRate, 2,
-               musicLike(kFrames, 2, kRate));
-    const RunResult run = runQuorvex(
-        {"process", dir.file("in.flac"), dir.file("out.flac"), "--chain", kDisabledChain});
-    ASSERT_EQ(run.status, 0) << run.err;
-
-    const Audio in = readAudio(dir.file("in.flac"));
-    const Audio out = readAudio(dir.file("out.flac"));
-    EXPECT_EQ(out.info.format, SF_FORMAT_FLAC | SF_FORMAT_PCM_24);
-    ASSERT_EQ(out.samples.size(), in.samples.size());
-    for (size_t i = 0; i < in.samples.size(); ++i) {
-        const long long before = in.samples[i] / 256;
-        const long long after = out.samples[i] / 256;
+    const RoundTrip trip = roundTrip("in.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_24, 2, "out.flac");
+    ASSERT_EQ(trip.run.status, 0) << trip.run.err;
+    EXPECT_EQ(trip.out.info.format, SF_FORMAT_FLAC | SF_FORMAT_PCM_24);
+    ASSERT_EQ(trip.out.samples.size(), trip.in.samples.size());
+    for (size_t i = 0; i < trip.in.samples.size(); ++i) {
+        const long long before = trip.in.samples[i] / 256;
+        const long long after = trip.out.samples[i] / 256;
         ASSERT_LE(std::llabs(before - after), 1) << "sample " << i;
         ASSERT_LE(std::llabs(after), std::llabs(before)) << "sample " << i;
     }
 }
 
 TEST(CliRoundTrip, FloatSourceTakesTheDoublePathAndStaysFloat) {
-    ScratchDir dir;
-    writeAudio(dir.file("in.wav"), SF_FORMAT_WAV | SF_FORMAT_FLOAT, kRate, 2,
-               musicLike(kFrames, 2, kRate));
-    const RunResult run =
-        runQuorvex({"process", dir.file("in.wav"), dir.file("out.wav"), "--chain", kDisabledChain});
-    ASSERT_EQ(run.status, 0) << run.err;
-
-    const Audio in = readAudio(dir.file("in.wav"));
-    const Audio out = readAudio(dir.file("out.wav"));
-    EXPECT_EQ(out.info.format, SF_FORMAT_WAV | SF_FORMAT_FLOAT);
-    EXPECT_EQ(out.values, in.values);
+    const RoundTrip trip = roundTrip("in.wav", SF_FORMAT_WAV | SF_FORMAT_FLOAT, 2, "out.wav");
+    ASSERT_EQ(trip.run.status, 0) << trip.run.err;
+    EXPECT_EQ(trip.out.info.format, SF_FORMAT_WAV | SF_FORMAT_FLOAT);
+    EXPECT_EQ(trip.out.values, trip.in.values);
 }
 
 TEST(CliRoundTrip, BitsAsksForAnotherOutputDepth) {
-    ScratchDir dir;
-    writeAudio(dir.file("in.wav"), SF_FORMAT_WAV | SF_FORMAT_PCM_16, kRate, 2,
-               musicLike(kFrames, 2, kRate));
-    const RunResult run = runQuorvex({"process", dir.file("in.wav"), dir.file("out.aiff"),
-                                      "--chain", kDisabledChain, "--bits", "24"});
-    ASSERT_EQ(run.status, 0) << run.err;
-
-    const Audio in = readAudio(dir.file("in.wav"));
-    const Audio out = readAudio(dir.file("out.aiff"));
-    EXPECT_EQ(out.info.format, SF_FORMAT_AIFF | SF_FORMAT_PCM_24);
-    EXPECT_EQ(out.samples, in.samples);  // 16 bits widen to 24 exactly
+    const RoundTrip trip =
+        roundTrip("in.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 2, "out.aiff", {"--bits", "24"});
+    ASSERT_EQ(trip.run.status, 0) << trip.run.err;
+    EXPECT_EQ(trip.out.info.format, SF_FORMAT_AIFF | SF_FORMAT_PCM_24);
+    EXPECT_EQ(trip.out.samples, trip.in.samples);  // 16 bits widen to 24 exactly
 }
 
 TEST(CliProcess, EnhancerDoublesTheRateAndWrites24Bits) {

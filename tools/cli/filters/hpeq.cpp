@@ -5,9 +5,6 @@
 
 namespace {
 
-constexpr const char* kLowRateHint =
-    "; at 44100 and 48000 Hz it would pass the audio unchanged (velmo doubles the rate)";
-
 constexpr unsigned long kId = 0x70504143;  // pPAC
 constexpr int kBlockSize = 152;
 constexpr int kOffEnabled = 4;
@@ -17,7 +14,7 @@ constexpr int kSections = 3;
 
 BuiltFilter build(const ParamValues& values, const StreamFormat& input) {
     if (values.isOn("enabled"))
-        requireRate("hpeq", input, {88200, 96000}, kLowRateHint);
+        requireHighRate("hpeq", input);
     std::vector<Section> sections(kSections);
     if (values.given("file")) {
         const std::vector<Section> read = readSections("hpeq", values.text("file"), kSections);

@@ -5,9 +5,6 @@
 
 namespace {
 
-constexpr const char* kLowRateHint =
-    "; at 44100 and 48000 Hz it would pass the audio unchanged (velmo doubles the rate)";
-
 constexpr unsigned long kId = 0x70554143;  // pUAC
 constexpr int kBlockSize = 104;
 constexpr int kOffEnabled = 4;
@@ -16,7 +13,7 @@ constexpr int kOffRight = 56;
 
 BuiltFilter build(const ParamValues& values, const StreamFormat& input) {
     if (values.isOn("enabled"))
-        requireRate("personalize", input, {88200, 96000}, kLowRateHint);
+        requireHighRate("personalize", input);
     std::vector<Section> sections(1);
     if (values.given("file")) sections = readSections("personalize", values.text("file"), 2);
     auto personalize = std::make_unique<PersonalizeFilter>();
