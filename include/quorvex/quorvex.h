@@ -8,5 +8,9 @@
 #include <quorvex/RealAudioBuffer.h>
 
 #include <quorvex/ALCFilter.h>
+#include <quorvex/fft.h>
+
+#include <quorvex/DownSamplingFilter.h>
+#include <quorvex/ReSamplingFilter.h>
 
 #endif

@@ -1,0 +1,208 @@
+#include <quorvex/ReSamplingFilter.h>
+
+#include <climits>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+
+#include "rate/resampling/ReSamplingState.h"
+#include "rate/resampling/bessel0.h"
+
+namespace {
+
+constexpr int s_firodr = 4096;       // half-length of the prototype, intermediate-rate taps
+constexpr double s_lpfcof = 0.88;    // cut-off as a fraction of the output rate
+constexpr double kPi = 3.141592653589793;
+constexpr double kKaiserBeta = 10.0;
+constexpr int kMaxMultiple = 1023;
+constexpr int kRingFrames = 65536;
+constexpr int64_t kRingMask = kRingFrames - 1;
+constexpr int kMaxBlockFrames = 32768;
+
+int s_nInputFreq;
+int s_nOutputFreq;
+int s_isrm;  // up factor; 0 until a rate pair has been set up
+int s_osrm;  // down factor
+int s_nImgFreq;
+double s_hfir[65536];
+alignas(16) double s_smpld[kRingFrames][2];
+// Absolute input indexes grow with the stream; 64 bits keep them exact for
+// any stream a host can play.
+int64_t s_iptr;
+int64_t s_sptr;
+int s_sptrr;
+int64_t s_eptr;
+int s_eptrr;
+// Output frames are counted over the whole stream: each block carries the
+// fraction of an output it could not complete (as a numerator over the input
+// rate) to the next, so the window keeps pace with the input.
+int64_t s_outRemainder;
+
+// The smallest multiple of the larger rate that the smaller one divides, or
+// -1 when none within kMaxMultiple multiples fits in an int.
+int64_t commonMultiple(int a, int b) {
+    const int64_t hi = a > b ? a : b;
+    const int64_t lo = a > b ? b : a;
+    for (int j = 1; j <= kMaxMultiple; ++j) {
+        if (hi * j % lo == 0) return hi * j <= INT_MAX ? hi * j : -1;
+    }
+    return -1;
+}
+
+// Kaiser-windowed ideal low-pass with its edge at 0.44 x the output rate; the
+// gain `up` restores the level lost to zero insertion.
+void buildPrototype(int outRate, int up, int imgFreq) {
+    const double fc = outRate * s_lpfcof;
+    const double g = fc * 0.5 * up * 2 / imgFreq;
+    const double omega = fc * kPi / imgFreq;
+    const double windowNorm = bessel0(kKaiserBeta);
+    s_hfir[0] = g;
+    for (int i = 1; i <= s_firodr; ++i) {
+        const double x = static_cast<double>(i) / s_firodr;
+        const double phase = i * omega;
+        s_hfir[i] = g * std::sin(phase) / phase * bessel0(kKaiserBeta * std::sqrt(1.0 - x * x)) /
+                    windowNorm;
+    }
+}
+
+void storeFrames(const double* in, int frames) {
+    for (int f = 0; f < frames; ++f) {
+        double* slot = s_smpld[(s_iptr + f) & kRingMask];
+        slot[0] = in[2 * f];
+        slot[1] = in[2 * f + 1];
+    }
+    s_iptr += frames;
+}
+
+// The polyphase sum of one output: every input frame of the window times the
+// prototype tap at its distance from the output, in ascending input order.
+void windowSum(double* out) {
+    const int up = s_isrm;
+    double accL = 0.0;
+    double accR = 0.0;
+    int t = -s_firodr - s_sptrr;
+    for (int64_t k = s_sptr; k <= s_eptr; ++k, t += up) {
+        const double h = s_hfir[t < 0 ? -t : t];
+        const double* x = s_smpld[k & kRingMask];
+        accL += h * x[0];
+        accR += h * x[1];
+    }
+    out[0] = accL;
+    out[1] = accR;
+}
+
+// Moves the window on by one output period, `down` intermediate samples.
+void advanceWindow() {
+    const int up = s_isrm;
+    const int q = s_osrm / up;
+    const int r = s_osrm % up;
+    s_sptr += q;
+    s_sptrr += r;
+    if (s_sptrr > 0) {
+        s_sptrr -= up;
+        s_sptr += 1;
+    }
+    s_eptr += q;
+    s_eptrr += r;
+    if (s_eptrr >= up) {
+        s_eptrr -= up;
+        s_eptr += 1;
+    }
+}
+
+// Output frames that `frames` more input frames complete, and the remainder
+// carried past them.
+int64_t outputFramesFor(int frames, int64_t* remainder) {
+    const int64_t total = static_cast<int64_t>(frames) * s_nOutputFreq + s_outRemainder;
+    *remainder = total % s_nInputFreq;
+    return total / s_nInputFreq;
+}
+
+}  // namespace
+
+ReSamplingWindow ReSamplingFilterWindow() {
+    return {s_isrm, s_osrm, s_nImgFreq, s_iptr, s_sptr, s_sptrr, s_eptr, s_eptrr};
+}
+
+int ReSamplingFilterInit(int inRate, int outRate) {
+    if (inRate <= 0 || outRate <= 0) return -1;
+    const int64_t m = commonMultiple(inRate, outRate);
+    if (m <= 0) return -1;
+    s_nInputFreq = inRate;
+    s_nOutputFreq = outRate;
+    s_isrm = static_cast<int>(m / inRate);
+    s_osrm = static_cast<int>(m / outRate);
+    s_nImgFreq = outRate * s_osrm;
+    buildPrototype(outRate, s_isrm, s_nImgFreq);
+    std::memset(s_smpld, 0, sizeof s_smpld);
+    s_iptr = 0;
+    const int q0 = s_firodr / s_isrm;
+    const int r0 = s_firodr % s_isrm;
+    s_sptr = -q0;
+    s_sptrr = -r0;
+    s_eptr = q0;
+    s_eptrr = r0;
+    s_outRemainder = 0;
+    return 0;
+}
+
+int ReSamplingFilterProcess(int inLength, const double* in, int outSize, double* out) {
+    if (s_isrm == 0 || inLength < 0) return -1;
+    const int frames = inLength / 2;
+    if (frames > kMaxBlockFrames) return -1;
+    int64_t remainder;
+    const int64_t n = outputFramesFor(frames, &remainder);
+    if (2 * n > outSize) return -1;
+    s_outRemainder = remainder;
+
+    if (s_iptr == 0) s_iptr = s_eptr;
+    storeFrames(in, frames);
+    for (int64_t i = 0; i < n; ++i) {
+        windowSum(out + 2 * i);
+        advanceWindow();
+    }
+    return static_cast<int>(2 * n);
+}
+
+ReSamplingFilter::ReSamplingFilter(int inRate, int inBits, int outRate, int outBits)
+    : inRate(inRate), inBits(inBits), outRate(outRate), outBits(outBits) {
+    ReSamplingFilterInit(inRate, outRate);
+}
+
+ReSamplingFilter::~ReSamplingFilter() = default;
+
+const char* ReSamplingFilter::getName() { return "ReSampling"; }
+
+int ReSamplingFilter::setParamData(unsigned long, const void*, int) { return 0; }
+
+int ReSamplingFilter::getParamData(unsigned long, void*, int) { return 0; }
+
+void ReSamplingFilter::reset() { ReSamplingFilterInit(inRate, outRate); }
+
+int ReSamplingFilter::process(const RealAudioBuffer* in, RealAudioBuffer* out) {
+    if (in->sampleRate <= 0 || in->length < 0) return -1;
+    if (in->sampleRate != inRate) {
+        inRate = in->sampleRate;
+        reset();
+    }
+    if (s_isrm == 0) return -1;
+
+    const int64_t expected = static_cast<int64_t>(in->length) * outRate / in->sampleRate;
+    int64_t remainder;
+    const int64_t produced = 2 * outputFramesFor(in->length / 2, &remainder);
+    if (out->capacity < expected || out->capacity < produced) return -1;
+
+    // Longer blocks go through the kernel in pieces; the carried remainder
+    // makes that the same as one long block.
+    constexpr int kPieceDoubles = 2 * kMaxBlockFrames;
+    int written = 0;
+    for (int offset = 0; offset < in->length; offset += kPieceDoubles) {
+        const int piece = in->length - offset < kPieceDoubles ? in->length - offset : kPieceDoubles;
+        written += ReSamplingFilterProcess(piece, in->data + offset, out->capacity - written,
+                                           out->data + written);
+    }
+    out->length = written;
+    out->sampleRate = outRate;
+    out->bitsPerSample = outBits;
+    return 0;
+}
