@@ -74,21 +74,47 @@ void storeFrames(const double* in, int frames) {
     s_iptr += frames;
 }
 
-// The polyphase sum of one output: every input frame of the window times the
-// prototype tap at its distance from the output, in ascending input order.
-void windowSum(double* out) {
+// One output's window: its first input index, the prototype tap offset of
+// that input, and the number of inputs it spans.
+struct Window {
+    int64_t first;
+    int tap;
+    int taps;
+};
+
+Window currentWindow() {
+    return {s_sptr, -s_firodr - s_sptrr, static_cast<int>(s_eptr - s_sptr + 1)};
+}
+
+// Left and right travel together through the sums.
+typedef double StereoPair __attribute__((vector_size(16)));
+
+inline void accumulate(StereoPair& acc, const Window& w, int j, int up) {
+    const int t = w.tap + j * up;
+    const double h = s_hfir[t < 0 ? -t : t];
+    StereoPair x;
+    std::memcpy(&x, s_smpld[(w.first + j) & kRingMask], sizeof x);
+    acc += StereoPair{h, h} * x;
+}
+
+// The polyphase sums of `Count` consecutive outputs: every input frame of a
+// window times the prototype tap at its distance from the output, added in
+// ascending input order. The outputs' sums are independent, so running them
+// side by side hides the latency of each addition without changing a bit.
+template <int Count>
+void windowSums(const Window* w, double* out) {
     const int up = s_isrm;
-    double accL = 0.0;
-    double accR = 0.0;
-    int t = -s_firodr - s_sptrr;
-    for (int64_t k = s_sptr; k <= s_eptr; ++k, t += up) {
-        const double h = s_hfir[t < 0 ? -t : t];
-        const double* x = s_smpld[k & kRingMask];
-        accL += h * x[0];
-        accR += h * x[1];
+    StereoPair acc[Count] = {};
+    int common = w[0].taps;
+    for (int g = 1; g < Count; ++g) common = w[g].taps < common ? w[g].taps : common;
+    for (int j = 0; j < common; ++j) {
+        for (int g = 0; g < Count; ++g) accumulate(acc[g], w[g], j, up);
     }
-    out[0] = accL;
-    out[1] = accR;
+    for (int g = 0; g < Count; ++g) {
+        for (int j = common; j < w[g].taps; ++j) accumulate(acc[g], w[g], j, up);
+        out[2 * g] = acc[g][0];
+        out[2 * g + 1] = acc[g][1];
+    }
 }
 
 // Moves the window on by one output period, `down` intermediate samples.
@@ -107,6 +133,25 @@ void advanceWindow() {
     if (s_eptrr >= up) {
         s_eptrr -= up;
         s_eptr += 1;
+    }
+}
+
+// Writes `frames` outputs, moving the window on after each.
+void produceFrames(int64_t frames, double* out) {
+    constexpr int kSideBySide = 4;
+    Window w[kSideBySide];
+    int64_t i = 0;
+    for (; i + kSideBySide <= frames; i += kSideBySide) {
+        for (Window& each : w) {
+            each = currentWindow();
+            advanceWindow();
+        }
+        windowSums<kSideBySide>(w, out + 2 * i);
+    }
+    for (; i < frames; ++i) {
+        w[0] = currentWindow();
+        advanceWindow();
+        windowSums<1>(w, out + 2 * i);
     }
 }
 
@@ -157,10 +202,7 @@ int ReSamplingFilterProcess(int inLength, const double* in, int outSize, double*
 
     if (s_iptr == 0) s_iptr = s_eptr;
     storeFrames(in, frames);
-    for (int64_t i = 0; i < n; ++i) {
-        windowSum(out + 2 * i);
-        advanceWindow();
-    }
+    produceFrames(n, out);
     return static_cast<int>(2 * n);
 }
 
