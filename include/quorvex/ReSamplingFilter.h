@@ -40,10 +40,11 @@ private:
 // no common multiple within 1023 multiples of the larger one.
 QUORVEX_API int ReSamplingFilterInit(int inRate, int outRate);
 
-// Appends inLength / 2 stereo frames (at most 32768) and writes every output
-// frame they complete. Returns the number of doubles written, or -1 with
-// nothing changed when the block is too long, `out` holds fewer than outSize
-// doubles' worth of the result or no rate pair has been set up yet.
+// Appends the inLength / 2 stereo frames at `in` to the converter's history
+// and writes every output frame they complete to `out`, which has room for
+// outSize doubles. Returns the number of doubles written, or -1 with nothing
+// changed when the block has more than 32768 frames, its output would not fit
+// or no rate pair has been set up.
 QUORVEX_API int ReSamplingFilterProcess(int inLength, const double* in, int outSize, double* out);
 
 #endif

@@ -94,8 +94,8 @@ void reportPassband(int inRate, int outRate) {
         const int bin = probe.binOf(20.0 * std::pow(1000.0, i / 39.0));
         const double hz = bin * probe.binHz();
         const Spectrum s = convertTone(inRate, outRate, hz, amplitude);
-        tones.push_back({hz, toneGain(s, bin, amplitude),
-                         dB(s.power[bin] / largestOtherThan(s, bin))});
+        tones.push_back(
+            {hz, toneGain(s, bin, amplitude), dB(s.power[bin] / largestOtherThan(s, bin))});
     }
     std::printf("  tone (Hz)   gain (dB)   rejection (dB)\n");
     for (size_t i = 3; i < tones.size(); i += 4)

@@ -18,7 +18,7 @@ namespace {
 constexpr int kFrames = 1024;
 
 class OurConverter {
-public:
+   public:
     OurConverter(int inRate, int outRate)
         : signal(bench::stereoSignal(kFrames, inRate)),
           output(static_cast<size_t>(4 * kFrames) * outRate / inRate + 4),
@@ -31,7 +31,7 @@ public:
         benchmark::DoNotOptimize(output.data());
     }
 
-private:
+   private:
     std::vector<double> signal;
     std::vector<double> output;
     ReSamplingFilter filter;
@@ -59,8 +59,8 @@ double ourFramesPerSecond(int inRate, int outRate) {
 void reportAgainstOurs(benchmark::State& state, int inRate, int outRate) {
     bench::reportFrames(state, kFrames, inRate);
     const double frames = static_cast<double>(kFrames) * static_cast<double>(state.iterations());
-    state.counters["vs_quorvex"] =
-        benchmark::Counter(frames / ourFramesPerSecond(inRate, outRate), benchmark::Counter::kIsRate);
+    state.counters["vs_quorvex"] = benchmark::Counter(frames / ourFramesPerSecond(inRate, outRate),
+                                                      benchmark::Counter::kIsRate);
 }
 
 void BM_ReSampling_quorvex(benchmark::State& state) {
@@ -131,8 +131,8 @@ void BM_ReSampling_libsamplerate_medium(benchmark::State& state) {
 
 void ratePairs(benchmark::internal::Benchmark* b) {
     b->ArgNames({"in", "out"});
-    for (auto pair : {std::pair<int, int>{44100, 48000}, {48000, 44100}, {32000, 44100},
-                      {48000, 48000}})
+    for (auto pair :
+         {std::pair<int, int>{44100, 48000}, {48000, 44100}, {32000, 44100}, {48000, 48000}})
         b->Args({pair.first, pair.second});
 }
 

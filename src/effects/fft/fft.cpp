@@ -11,9 +11,7 @@ namespace {
 constexpr double kPi = 3.141592653589793;
 constexpr double kSqrtHalf = 0.7071067811865476;
 
-bool isSupportedSize(int size) {
-    return size == 1 || (size >= 4 && (size & (size - 1)) == 0);
-}
+bool isSupportedSize(int size) { return size == 1 || (size >= 4 && (size & (size - 1)) == 0); }
 
 // "Out of memory" in Shift-JIS, as hosts of this library expect it.
 void reportOutOfMemory() {

@@ -10,8 +10,8 @@
 
 namespace {
 
-constexpr int s_firodr = 4096;       // half-length of the prototype, intermediate-rate taps
-constexpr double s_lpfcof = 0.88;    // cut-off as a fraction of the output rate
+constexpr int s_firodr = 4096;     // half-length of the prototype, intermediate-rate taps
+constexpr double s_lpfcof = 0.88;  // cut-off as a fraction of the output rate
 constexpr double kPi = 3.141592653589793;
 constexpr double kKaiserBeta = 10.0;
 constexpr int kMaxMultiple = 1023;
@@ -25,6 +25,11 @@ int s_isrm;  // up factor; 0 until a rate pair has been set up
 int s_osrm;  // down factor
 int s_nImgFreq;
 double s_hfir[65536];
+// The prototype regrouped by phase: the taps of a window whose first input
+// lies p intermediate samples past -4096 are the run at s_phaseOffset[p].
+constexpr int kMaxPhases = 16384;
+double s_phaseTaps[2 * s_firodr + kMaxPhases + 1];
+int s_phaseOffset[kMaxPhases];
 alignas(16) double s_smpld[kRingFrames][2];
 // Absolute input indexes grow with the stream; 64 bits keep them exact for
 // any stream a host can play.
@@ -65,6 +70,18 @@ void buildPrototype(int outRate, int up, int imgFreq) {
     }
 }
 
+// Ordinary rate pairs read their taps from this table in order instead of
+// gathering them from the half prototype.
+void buildPhaseTable(int up) {
+    if (up > kMaxPhases) return;
+    int offset = 0;
+    for (int p = 0; p < up; ++p) {
+        s_phaseOffset[p] = offset;
+        for (int t = p - s_firodr; t <= s_firodr; t += up)
+            s_phaseTaps[offset++] = s_hfir[t < 0 ? -t : t];
+    }
+}
+
 void storeFrames(const double* in, int frames) {
     for (int f = 0; f < frames; ++f) {
         double* slot = s_smpld[(s_iptr + f) & kRingMask];
@@ -89,11 +106,31 @@ Window currentWindow() {
 // Left and right travel together through the sums.
 typedef double StereoPair __attribute__((vector_size(16)));
 
-inline void accumulate(StereoPair& acc, const Window& w, int j, int up) {
-    const int t = w.tap + j * up;
-    const double h = s_hfir[t < 0 ? -t : t];
+// A window read straight from the half prototype and the ring.
+struct GatheredWindow {
+    const Window* w;
+    int up;
+    double tap(int j) const {
+        const int t = w->tap + j * up;
+        return s_hfir[t < 0 ? -t : t];
+    }
+    const double* frame(int j) const { return s_smpld[(w->first + j) & kRingMask]; }
+};
+
+// A window whose taps are one run of the phase table and whose frames do not
+// wrap around the ring.
+struct ContiguousWindow {
+    const double* taps;
+    const double* frames;
+    double tap(int j) const { return taps[j]; }
+    const double* frame(int j) const { return frames + 2 * j; }
+};
+
+template <typename Source>
+inline void accumulate(StereoPair& acc, const Source& src, int j) {
+    const double h = src.tap(j);
     StereoPair x;
-    std::memcpy(&x, s_smpld[(w.first + j) & kRingMask], sizeof x);
+    std::memcpy(&x, src.frame(j), sizeof x);
     acc += StereoPair{h, h} * x;
 }
 
@@ -101,19 +138,38 @@ inline void accumulate(StereoPair& acc, const Window& w, int j, int up) {
 // window times the prototype tap at its distance from the output, added in
 // ascending input order. The outputs' sums are independent, so running them
 // side by side hides the latency of each addition without changing a bit.
-template <int Count>
-void windowSums(const Window* w, double* out) {
-    const int up = s_isrm;
+template <int Count, typename Source>
+void windowSums(const Window* w, const Source* src, double* out) {
     StereoPair acc[Count] = {};
     int common = w[0].taps;
     for (int g = 1; g < Count; ++g) common = w[g].taps < common ? w[g].taps : common;
     for (int j = 0; j < common; ++j) {
-        for (int g = 0; g < Count; ++g) accumulate(acc[g], w[g], j, up);
+        for (int g = 0; g < Count; ++g) accumulate(acc[g], src[g], j);
     }
     for (int g = 0; g < Count; ++g) {
-        for (int j = common; j < w[g].taps; ++j) accumulate(acc[g], w[g], j, up);
+        for (int j = common; j < w[g].taps; ++j) accumulate(acc[g], src[g], j);
         out[2 * g] = acc[g][0];
         out[2 * g + 1] = acc[g][1];
+    }
+}
+
+// Uses the phase table unless the up factor outgrew it or a window wraps
+// around the end of the ring.
+template <int Count>
+void windowSums(const Window* w, double* out) {
+    bool contiguous = s_isrm <= kMaxPhases;
+    for (int g = 0; g < Count; ++g)
+        contiguous = contiguous && (w[g].first & kRingMask) + w[g].taps <= kRingFrames;
+    if (contiguous) {
+        ContiguousWindow src[Count];
+        for (int g = 0; g < Count; ++g)
+            src[g] = {s_phaseTaps + s_phaseOffset[w[g].tap + s_firodr],
+                      s_smpld[w[g].first & kRingMask]};
+        windowSums<Count>(w, src, out);
+    } else {
+        GatheredWindow src[Count];
+        for (int g = 0; g < Count; ++g) src[g] = {&w[g], s_isrm};
+        windowSums<Count>(w, src, out);
     }
 }
 
@@ -169,6 +225,8 @@ ReSamplingWindow ReSamplingFilterWindow() {
     return {s_isrm, s_osrm, s_nImgFreq, s_iptr, s_sptr, s_sptrr, s_eptr, s_eptrr};
 }
 
+const double* ReSamplingFilterPrototype() { return s_hfir; }
+
 int ReSamplingFilterInit(int inRate, int outRate) {
     if (inRate <= 0 || outRate <= 0) return -1;
     const int64_t m = commonMultiple(inRate, outRate);
@@ -179,6 +237,7 @@ int ReSamplingFilterInit(int inRate, int outRate) {
     s_osrm = static_cast<int>(m / outRate);
     s_nImgFreq = outRate * s_osrm;
     buildPrototype(outRate, s_isrm, s_nImgFreq);
+    buildPhaseTable(s_isrm);
     std::memset(s_smpld, 0, sizeof s_smpld);
     s_iptr = 0;
     const int q0 = s_firodr / s_isrm;

@@ -18,4 +18,8 @@ struct ReSamplingWindow {
 
 ReSamplingWindow ReSamplingFilterWindow();
 
+// The right half of the prototype low-pass: entry i is the tap i
+// intermediate samples from the centre, for i = 0 .. 4096.
+const double* ReSamplingFilterPrototype();
+
 #endif

@@ -14,8 +14,8 @@ constexpr double kSentinel = -123.0;
 std::vector<double> run(DownSamplingFilter& f, std::vector<double> x, int extra = 2,
                         int sampleRate = 96000) {
     std::vector<double> y(x.size() / 2 + extra, kSentinel);
-    RealAudioBuffer in(x.data(), static_cast<int>(x.size()), static_cast<int>(x.size()),
-                       sampleRate, 24);
+    RealAudioBuffer in(x.data(), static_cast<int>(x.size()), static_cast<int>(x.size()), sampleRate,
+                       24);
     RealAudioBuffer out(y.data(), static_cast<int>(y.size()), 0, 0, 0);
     EXPECT_EQ(f.process(&in, &out), 0);
     EXPECT_EQ(out.length, static_cast<int>(x.size() / 2));

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <algorithm>
 #include <cstdint>
 #include <random>
 #include <vector>
@@ -24,8 +25,8 @@ struct Result {
 // sentinel), checking the format fields on success.
 Result run(ReSamplingFilter& f, std::vector<double> x, int sampleRate, int capacity) {
     std::vector<double> y(static_cast<size_t>(capacity) + 1, kSentinel);
-    RealAudioBuffer in(x.data(), static_cast<int>(x.size()), static_cast<int>(x.size()),
-                       sampleRate, 16);
+    RealAudioBuffer in(x.data(), static_cast<int>(x.size()), static_cast<int>(x.size()), sampleRate,
+                       16);
     RealAudioBuffer out(y.data(), capacity, -1, 0, 0);
     const int status = f.process(&in, &out);
     if (status == 0) {
@@ -108,6 +109,76 @@ TEST(ReSamplingKernel, RefusedBlocksChangeNothing) {
     EXPECT_EQ(ReSamplingFilterProcess(2 * 1024 + 1, x.data(), 2228, y.data()), 2228);
 }
 
+namespace {
+
+// Feeds `x` in blocks of varying size and checks every output against the
+// converter's defining sum: output k sits at k x down on the intermediate
+// axis, input frame t at (t + lag) x up, and the output is the sum, in
+// ascending t, of each input within 4096 intermediate samples times the
+// prototype tap at its distance.
+void expectDefiningSums(int inRate, int outRate, const std::vector<double>& x) {
+    ASSERT_EQ(ReSamplingFilterInit(inRate, outRate), 0);
+    const ReSamplingWindow w = ReSamplingFilterWindow();
+    const double* h = ReSamplingFilterPrototype();
+    const int64_t lag = 4096 / w.up;
+    const int64_t frames = static_cast<int64_t>(x.size() / 2);
+
+    std::vector<double> y;
+    std::vector<int64_t> storedBefore;  // input frames stored when each output was made
+    constexpr int64_t kLongestBlock = 9972;
+    std::vector<double> block(2 * (std::min(frames, kLongestBlock) * outRate / inRate + 1));
+    for (int64_t start = 0, size = 1; start < frames;
+         start += size, size = size * 7 % (kLongestBlock + 1)) {
+        size = std::min(size, frames - start);
+        const int produced = ReSamplingFilterProcess(static_cast<int>(2 * size), &x[2 * start],
+                                                     static_cast<int>(block.size()), block.data());
+        ASSERT_GE(produced, 0);
+        y.insert(y.end(), block.begin(), block.begin() + produced);
+        storedBefore.resize(y.size() / 2, start + size);
+    }
+    ASSERT_EQ(static_cast<int64_t>(y.size() / 2), frames * outRate / inRate);
+
+    for (int64_t k = 0; k < static_cast<int64_t>(y.size() / 2); ++k) {
+        const int64_t centre = k * w.down;
+        double left = 0.0;
+        double right = 0.0;
+        // The first absolute index at or after centre - 4096, then each one up.
+        int64_t a =
+            centre - 4096 >= 0 ? (centre - 4096 + w.up - 1) / w.up : -((4096 - centre) / w.up);
+        for (; a * w.up <= centre + 4096; ++a) {
+            const int64_t t = a - lag;
+            const int64_t distance = a * w.up - centre;
+            const double tap = h[distance < 0 ? -distance : distance];
+            // A window may end one frame past the newest input, on a slot
+            // still at 0.0 in a stream shorter than the ring.
+            const bool held = t >= 0 && t < storedBefore[k];
+            left += tap * (held ? x[2 * t] : 0.0);
+            right += tap * (held ? x[2 * t + 1] : 0.0);
+        }
+        ASSERT_EQ(y[2 * k], left) << k;
+        ASSERT_EQ(y[2 * k + 1], right) << k;
+    }
+}
+
+std::vector<double> noise(int64_t frames, unsigned seed) {
+    std::mt19937 rng(seed);
+    std::uniform_real_distribution<double> u(-1.0, 1.0);
+    std::vector<double> x(2 * static_cast<size_t>(frames));
+    for (double& v : x) v = u(rng);
+    return x;
+}
+
+}  // namespace
+
+// Beyond 65536 frames the windows wrap around the input ring; an up factor
+// above 16384 leaves the tap table that serves ordinary rates.
+TEST(ReSamplingKernel, EveryOutputIsItsDefiningSumBitForBit) {
+    expectDefiningSums(44100, 48000, noise(70000, 1));
+    expectDefiningSums(48000, 44100, noise(20000, 2));
+    expectDefiningSums(48000, 48000, noise(3000, 3));
+    expectDefiningSums(1, 17000, noise(20, 4));
+}
+
 TEST(ReSamplingFilter, OutputCountsCarryTheFractionFromBlockToBlock) {
     ReSamplingFilter up(44100, 16, 48000, 24);
     EXPECT_EQ(run(up, constant(1024, 0.0), 44100, 2229).length, 2228);
@@ -137,7 +208,8 @@ TEST(ReSamplingFilter, ConstantInputSettlesAtUnity) {
         int outRate;
         int settleFrames;
     };
-    for (const Case c : {Case{44100, 48000, 60}, Case{48000, 44100, 60}, Case{48000, 48000, 8200}}) {
+    for (const Case c :
+         {Case{44100, 48000, 60}, Case{48000, 44100, 60}, Case{48000, 48000, 8200}}) {
         ReSamplingFilter f(c.inRate, 16, c.outRate, 24);
         std::vector<double> x = constant(16384, 1.0);
         std::vector<double> y(2 * 20000);
@@ -251,8 +323,7 @@ TEST(ReSamplingFilter, HourLongStreamKeepsItsCountAndItsSine) {
             // phase is reduced in integers to keep it exact.
             const int64_t k = produced + i;
             const int64_t scale = int64_t{kInRate} * kOutRate;
-            const int64_t cycles =
-                (kTone * (k * kInRate - int64_t{lagFrames} * kOutRate)) % scale;
+            const int64_t cycles = (kTone * (k * kInRate - int64_t{lagFrames} * kOutRate)) % scale;
             const double expected = kAmplitude * std::sin(kTwoPi * cycles / scale);
             worst = std::fmax(worst, std::fabs(y[2 * i] - expected));
             worst = std::fmax(worst, std::fabs(y[2 * i + 1] + expected));
