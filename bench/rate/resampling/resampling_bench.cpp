@@ -3,15 +3,16 @@
 #include <samplerate.h>
 #include <soxr.h>
 
-#include <chrono>
+#include <time.h>
+
 #include <map>
 #include <utility>
 
 #include "bench_util.h"
 
 // The resampler and two peer converters on the same signal, rate pairs and
-// block size. Peers report `vs_quorvex`: their frames per second divided by
-// ours, measured once per rate pair.
+// block size. Peers report `vs_quorvex`: their frames per CPU second divided
+// by ours on the same rate pair.
 
 namespace {
 
@@ -39,35 +40,46 @@ class OurConverter {
     RealAudioBuffer out;
 };
 
-double ourFramesPerSecond(int inRate, int outRate) {
-    static std::map<std::pair<int, int>, double> measured;
-    auto found = measured.find({inRate, outRate});
-    if (found != measured.end()) return found->second;
-    OurConverter converter(inRate, outRate);
-    using Clock = std::chrono::steady_clock;
-    const auto start = Clock::now();
-    long blocks = 0;
-    while (Clock::now() - start < std::chrono::milliseconds(300)) {
-        converter.block();
-        ++blocks;
-    }
-    const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
-    return measured[{inRate, outRate}] = blocks * kFrames / seconds;
+double threadCpuSeconds() {
+    timespec now;
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
 }
 
-// A rate counter of frames / our frames per second comes out as the ratio.
-void reportAgainstOurs(benchmark::State& state, int inRate, int outRate) {
+// Our frames per CPU second for each rate pair, as last measured.
+std::map<std::pair<int, int>, double>& ourRates() {
+    static std::map<std::pair<int, int>, double> rates;
+    return rates;
+}
+
+template <typename Block>
+double timedFramesPerSecond(benchmark::State& state, Block block) {
+    const double start = threadCpuSeconds();
+    for (auto _ : state) block();
+    return static_cast<double>(kFrames) * static_cast<double>(state.iterations()) /
+           (threadCpuSeconds() - start);
+}
+
+double ourFramesPerSecond(int inRate, int outRate) {
+    auto found = ourRates().find({inRate, outRate});
+    if (found != ourRates().end()) return found->second;
+    OurConverter converter(inRate, outRate);
+    const double start = threadCpuSeconds();
+    long blocks = 0;
+    for (; threadCpuSeconds() - start < 0.3; ++blocks) converter.block();
+    return ourRates()[{inRate, outRate}] = blocks * kFrames / (threadCpuSeconds() - start);
+}
+
+void reportAgainstOurs(benchmark::State& state, int inRate, int outRate, double framesPerSecond) {
     bench::reportFrames(state, kFrames, inRate);
-    const double frames = static_cast<double>(kFrames) * static_cast<double>(state.iterations());
-    state.counters["vs_quorvex"] = benchmark::Counter(frames / ourFramesPerSecond(inRate, outRate),
-                                                      benchmark::Counter::kIsRate);
+    state.counters["vs_quorvex"] = framesPerSecond / ourFramesPerSecond(inRate, outRate);
 }
 
 void BM_ReSampling_quorvex(benchmark::State& state) {
     const int inRate = static_cast<int>(state.range(0));
     const int outRate = static_cast<int>(state.range(1));
     OurConverter converter(inRate, outRate);
-    for (auto _ : state) converter.block();
+    ourRates()[{inRate, outRate}] = timedFramesPerSecond(state, [&] { converter.block(); });
     bench::reportFrames(state, kFrames, inRate);
 }
 
@@ -84,15 +96,15 @@ void BM_ReSampling_soxr_hq(benchmark::State& state) {
         state.SkipWithError(error);
         return;
     }
-    for (auto _ : state) {
+    const double framesPerSecond = timedFramesPerSecond(state, [&] {
         size_t consumed = 0;
         size_t produced = 0;
         soxr_process(soxr, signal.data(), kFrames, &consumed, output.data(), output.size() / 2,
                      &produced);
         benchmark::DoNotOptimize(output.data());
-    }
+    });
     soxr_delete(soxr);
-    reportAgainstOurs(state, inRate, outRate);
+    reportAgainstOurs(state, inRate, outRate, framesPerSecond);
 }
 
 void libsamplerate(benchmark::State& state, int converterType) {
@@ -109,16 +121,16 @@ void libsamplerate(benchmark::State& state, int converterType) {
     }
     SRC_DATA data{};
     data.src_ratio = static_cast<double>(outRate) / inRate;
-    for (auto _ : state) {
+    const double framesPerSecond = timedFramesPerSecond(state, [&] {
         data.data_in = signal.data();
         data.input_frames = kFrames;
         data.data_out = output.data();
         data.output_frames = static_cast<long>(output.size() / 2);
         src_process(src, &data);
         benchmark::DoNotOptimize(output.data());
-    }
+    });
     src_delete(src);
-    reportAgainstOurs(state, inRate, outRate);
+    reportAgainstOurs(state, inRate, outRate, framesPerSecond);
 }
 
 void BM_ReSampling_libsamplerate_best(benchmark::State& state) {
