@@ -7,7 +7,16 @@
 #include <quorvex/AudioFilter.h>
 #include <quorvex/RealAudioBuffer.h>
 
+#include <quorvex/CompositionFilter.h>
+#include <quorvex/DataTypeConversionFilter.h>
+#include <quorvex/DebugFilter.h>
+#include <quorvex/SimpleUpSamplingFilter.h>
+
 #include <quorvex/ALCFilter.h>
+#include <quorvex/EqualizerFilter.h>
+#include <quorvex/HPEQFilter.h>
+#include <quorvex/PersonalizeFilter.h>
+#include <quorvex/SurroundFilter.h>
 #include <quorvex/fft.h>
 
 #include <quorvex/DownSamplingFilter.h>

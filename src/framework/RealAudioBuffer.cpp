@@ -1,6 +1,7 @@
 #include <quorvex/AFUtil.h>
 #include <quorvex/RealAudioBuffer.h>
 
+#include <climits>
 #include <new>
 
 RealAudioBuffer::RealAudioBuffer()
@@ -10,7 +11,8 @@ RealAudioBuffer::RealAudioBuffer()
 RealAudioBuffer::RealAudioBuffer(int capacity, int sampleRate, int bitsPerSample)
     : ownsData(true), data(nullptr), capacity(0), length(0), channels(2),
       sampleRate(sampleRate), bitsPerSample(bitsPerSample) {
-    if (capacity < 0) return;
+    // AFMalloc takes its size as an int.
+    if (capacity < 0 || capacity > INT_MAX / static_cast<int>(sizeof(double))) return;
     data = static_cast<double*>(AFMalloc(capacity * static_cast<int>(sizeof(double))));
     if (data != nullptr) this->capacity = capacity;
 }

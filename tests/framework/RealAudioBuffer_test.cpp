@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <memory>
 
 TEST(RealAudioBuffer, DefaultIsEmptyAndOwnsNothing) {
@@ -70,4 +71,8 @@ TEST(RealAudioBuffer, FailedAllocationLeavesAnEmptyBuffer) {
     RealAudioBuffer b(-1, 44100, 16);
     EXPECT_EQ(b.data, nullptr);
     EXPECT_EQ(b.capacity, 0);
+    // More doubles than an int byte count can express.
+    RealAudioBuffer huge(INT_MAX / 8 + 1, 44100, 16);
+    EXPECT_EQ(huge.data, nullptr);
+    EXPECT_EQ(huge.capacity, 0);
 }

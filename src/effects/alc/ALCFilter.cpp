@@ -4,6 +4,11 @@
 #include <cstdint>
 #include <cstring>
 
+#include "effects/common/EffectBlock.h"
+
+using effects::fieldAt;
+using effects::putField;
+
 namespace {
 
 constexpr unsigned long kParamId = 0x70414C43;  // pALC
@@ -18,18 +23,6 @@ constexpr int kOffRecovery = 12;
 constexpr int kModePerSample = 1;
 constexpr int kModeLinked = 2;
 constexpr double kDefaultRecovery = 0.01 / 65536.0;
-
-template <typename T>
-T fieldAt(const unsigned char* block, int offset) {
-    T value;
-    std::memcpy(&value, block + offset, sizeof value);
-    return value;
-}
-
-template <typename T>
-void putField(unsigned char* block, int offset, T value) {
-    std::memcpy(block + offset, &value, sizeof value);
-}
 
 bool isValidBlock(const unsigned char* block) {
     if (fieldAt<uint32_t>(block, 0) != kMagic) return false;
