@@ -5,6 +5,7 @@
 #include <climits>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 
 namespace {
 
@@ -79,28 +80,57 @@ void permute(int size, const int* bitrev, double* x, double* y) {
     }
 }
 
+// Two neighbouring butterflies of a group run in the two lanes of a vector.
+typedef double Lanes __attribute__((vector_size(16)));
+
+template <typename T>
+inline T load(const double* p) {
+    T v;
+    std::memcpy(&v, p, sizeof v);
+    return v;
+}
+
+template <typename T>
+inline void store(double* p, T v) {
+    std::memcpy(p, &v, sizeof v);
+}
+
+// One butterfly per lane: the lower element i and the upper m = i + k,
+// rotated by the twiddle (c, s).
+template <typename T>
+inline void butterfly(T c, T s, double* xi, double* yi, double* xm, double* ym) {
+    const T x0 = load<T>(xi);
+    const T y0 = load<T>(yi);
+    const T x1 = load<T>(xm);
+    const T y1 = load<T>(ym);
+    const T dx = s * y1 + c * x1;
+    const T dy = c * y1 - s * x1;
+    store(xm, x0 - dx);
+    store(xi, x0 + dx);
+    store(ym, y0 - dy);
+    store(yi, y0 + dy);
+}
+
 // All butterflies of one stage are independent, so walking each group's
-// pairs in memory order gives exactly the same values as any other order.
+// pairs in memory order, two at a time, gives exactly the values of any
+// other order.
 void butterflies(int size, const double* sintbl, bool inverse, double* x, double* y) {
     const int n4 = size / 4;
-    for (int k = 1; k < size; k *= 2) {
+    const double sign = inverse ? -1.0 : 1.0;
+    for (int base = 0; base + 1 < size; base += 2) {
+        butterfly<double>(sintbl[n4], sign * sintbl[0], x + base, y + base, x + base + 1,
+                          y + base + 1);
+    }
+    for (int k = 2; k < size; k *= 2) {
         const int k2 = 2 * k;
         const int d = size / k2;
         for (int base = 0; base < size; base += k2) {
-            double* xi = x + base;
-            double* yi = y + base;
-            double* xm = xi + k;
-            double* ym = yi + k;
-            for (int j = 0; j < k; ++j) {
+            for (int j = 0; j < k; j += 2) {
                 const int h = j * d;
-                const double c = sintbl[h + n4];
-                const double s = inverse ? -sintbl[h] : sintbl[h];
-                const double dx = s * ym[j] + c * xm[j];
-                const double dy = c * ym[j] - s * xm[j];
-                xm[j] = xi[j] - dx;
-                xi[j] = xi[j] + dx;
-                ym[j] = yi[j] - dy;
-                yi[j] = yi[j] + dy;
+                const Lanes c = {sintbl[h + n4], sintbl[h + d + n4]};
+                const Lanes s = {sign * sintbl[h], sign * sintbl[h + d]};
+                const int i = base + j;
+                butterfly<Lanes>(c, s, x + i, y + i, x + i + k, y + i + k);
             }
         }
     }
