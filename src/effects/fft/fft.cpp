@@ -14,11 +14,18 @@ constexpr double kSqrtHalf = 0.7071067811865476;
 
 bool isSupportedSize(int size) { return size == 1 || (size >= 4 && (size & (size - 1)) == 0); }
 
-// "Out of memory" in Shift-JIS, as hosts of this library expect it.
+// The out-of-memory message, "記憶領域不足" in Shift-JIS.
 void reportOutOfMemory() {
     static const unsigned char message[13] = {0x8B, 0x4C, 0x89, 0xAF, 0x97, 0xCC, 0x88,
                                               0xE6, 0x95, 0x73, 0x91, 0xAB, 0x0A};
     std::fwrite(message, 1, sizeof message, stderr);
+}
+
+void releaseTables(double*& sintbl, int*& bitrev) {
+    AFFree(sintbl);
+    AFFree(bitrev);
+    sintbl = nullptr;
+    bitrev = nullptr;
 }
 
 // sintbl[i] = sin(2 pi i / size) for i < size + size / 4, so that
@@ -150,10 +157,7 @@ int fft(int n, double* x, double* y) {
 
     if (size != last_n || size == 0) {
         last_n = size;
-        AFFree(sintbl);
-        AFFree(bitrev);
-        sintbl = nullptr;
-        bitrev = nullptr;
+        releaseTables(sintbl, bitrev);
         if (size == 0) return 0;
         const long long tableBytes = (static_cast<long long>(size) + size / 4) * sizeof(double);
         if (tableBytes <= INT_MAX) {
@@ -162,10 +166,7 @@ int fft(int n, double* x, double* y) {
         }
         if (sintbl == nullptr || bitrev == nullptr) {
             // Forget the size too, so that the next call of it tries again.
-            AFFree(sintbl);
-            AFFree(bitrev);
-            sintbl = nullptr;
-            bitrev = nullptr;
+            releaseTables(sintbl, bitrev);
             last_n = 0;
             reportOutOfMemory();
             return 1;
