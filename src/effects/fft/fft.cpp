@@ -14,7 +14,7 @@ constexpr double kSqrtHalf = 0.7071067811865476;
 
 bool isSupportedSize(int size) { return size == 1 || (size >= 4 && (size & (size - 1)) == 0); }
 
-// The out-of-memory message, "記憶領域不足" in Shift-JIS.
+// "Out of memory" in Japanese, as Shift-JIS bytes.
 void reportOutOfMemory() {
     static const unsigned char message[13] = {0x8B, 0x4C, 0x89, 0xAF, 0x97, 0xCC, 0x88,
                                               0xE6, 0x95, 0x73, 0x91, 0xAB, 0x0A};
