@@ -22,4 +22,7 @@
 #include <quorvex/DownSamplingFilter.h>
 #include <quorvex/ReSamplingFilter.h>
 
+#include <quorvex/UpSamplingFilter.h>
+#include <quorvex/Velmo.h>
+
 #endif

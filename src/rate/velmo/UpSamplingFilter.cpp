@@ -1,0 +1,143 @@
+#include <quorvex/UpSamplingFilter.h>
+#include <quorvex/Velmo.h>
+
+#include <climits>
+#include <cstdint>
+#include <cstring>
+
+#include "effects/common/EffectBlock.h"
+#include "rate/velmo/VelmoSections.h"
+
+using effects::fieldAt;
+using effects::putField;
+
+namespace {
+
+constexpr uint32_t kMagic = 0x6D564C43;     // mVLC
+constexpr uint32_t kEndMagic = 0x434C566D;  // CLVm
+constexpr int kBlockSize = 20;
+constexpr effects::BlockSpec kBlock = {0x70564C43 /* pVLC */, kMagic, kBlockSize, kBlockSize};
+
+constexpr int kOffBlockSize = 4;
+constexpr int kOffEnabled = 8;
+constexpr int kOffMp3Source = 9;
+constexpr int kOffMode = 12;
+constexpr int kOffEndMagic = 16;
+
+constexpr int32_t kModeSuper = 1;
+constexpr int32_t kModeFine = 2;
+
+constexpr int kOutputBits = 24;
+
+using VelmoKernel = void (*)(double inL, double inR, double* outL0, double* outR0,
+                             double* outL1, double* outR1);
+
+// The fields past the magic, which the shared screening has checked.
+bool isValidBlock(const unsigned char* block) {
+    if (fieldAt<uint32_t>(block, kOffBlockSize) != static_cast<uint32_t>(kBlockSize)) return false;
+    if (fieldAt<uint32_t>(block, kOffEndMagic) != kEndMagic) return false;
+    const int32_t mode = fieldAt<int32_t>(block, kOffMode);
+    return mode == kModeSuper || mode == kModeFine;
+}
+
+// Only these three fields shape the signal; a block equal in them changes nothing.
+bool sameSettings(const unsigned char* a, const unsigned char* b) {
+    return a[kOffEnabled] == b[kOffEnabled] && a[kOffMp3Source] == b[kOffMp3Source] &&
+           fieldAt<int32_t>(a, kOffMode) == fieldAt<int32_t>(b, kOffMode);
+}
+
+// The pre-emphasis section for a source of `bits` at `rate`, or null where
+// the enhancer has none.
+VelmoStereoStep preEmphasis(int bits, int rate, bool fine) {
+    if (rate == 44100) {
+        if (bits == 16) return fine ? Velmo_Fine_44K_16 : Velmo_Super_44K_16;
+        if (bits == 24) return fine ? Velmo_Fine_44K_24 : Velmo_Super_44K_24;
+    } else if (rate == 48000) {
+        if (bits == 16) return fine ? Velmo_Fine_48K_16 : Velmo_Super_48K_16;
+        if (bits == 24) return fine ? Velmo_Fine_48K_24 : Velmo_Super_48K_24;
+    }
+    return nullptr;
+}
+
+VelmoKernel enhancer(bool mp3, bool shortHighBand) {
+    if (mp3) return shortHighBand ? VelmoMP3UpSampler32 : VelmoMP3UpSampler;
+    return shortHighBand ? VelmoCDUpSampler32 : VelmoCDUpSampler;
+}
+
+void interpolate(const double* x, double* y, int frames) {
+    for (int i = 0; i < frames; ++i)
+        Velmo_OFF(x[2 * i], x[2 * i + 1], &y[4 * i], &y[4 * i + 1], &y[4 * i + 2], &y[4 * i + 3]);
+}
+
+// Section and kernel alternate frame by frame: the section runs at the input
+// rate, the kernel's filters at the output rate.
+void enhanceFrames(const double* x, double* y, int frames, VelmoStereoStep section,
+                   VelmoKernel kernel) {
+    for (int i = 0; i < frames; ++i) {
+        double sL, sR;
+        section(x[2 * i], x[2 * i + 1], &sL, &sR);
+        kernel(sL, sR, &y[4 * i], &y[4 * i + 1], &y[4 * i + 2], &y[4 * i + 3]);
+    }
+}
+
+}  // namespace
+
+UpSamplingFilter::UpSamplingFilter() : params{}, upSampler32(false) {
+    putField<uint32_t>(params, 0, kMagic);
+    putField<uint32_t>(params, kOffBlockSize, kBlockSize);
+    params[kOffEnabled] = 0;
+    params[kOffMp3Source] = 0;
+    putField<int32_t>(params, kOffMode, kModeSuper);
+    putField<uint32_t>(params, kOffEndMagic, kEndMagic);
+    VelmoInit();
+}
+
+UpSamplingFilter::~UpSamplingFilter() = default;
+
+const char* UpSamplingFilter::getName() { return "Velmo"; }
+
+int UpSamplingFilter::setParamData(unsigned long id, const void* block, int size) {
+    int answer;
+    const unsigned char* bytes = effects::screenBlock(kBlock, id, block, size, &answer);
+    if (bytes == nullptr) return answer;
+    if (!isValidBlock(bytes)) return -1;
+    // An unchanged setting keeps the stream running without a break.
+    if (sameSettings(bytes, params)) return kBlockSize;
+    std::memcpy(params, bytes, kBlockSize);
+    reset();
+    return kBlockSize;
+}
+
+int UpSamplingFilter::getParamData(unsigned long id, void* block, int size) {
+    return effects::copyBlockOut(kBlock, id, block, size, params);
+}
+
+void UpSamplingFilter::reset() { VelmoInit(); }
+
+void UpSamplingFilter::setUseUpSampler32(bool use) { upSampler32 = use; }
+
+bool UpSamplingFilter::useUpSampler32() const { return upSampler32; }
+
+int UpSamplingFilter::process(const RealAudioBuffer* in, RealAudioBuffer* out) {
+    const int n = in->length;
+    const int rate = in->sampleRate;
+    if (n < 0 || 2 * static_cast<long long>(n) > out->capacity) return -1;
+    if (rate > INT_MAX / 2 || rate < INT_MIN / 2) return -1;  // no twice the rate to report
+
+    const int frames = n / 2;
+    const VelmoStereoStep section =
+        preEmphasis(in->bitsPerSample, rate, fieldAt<int32_t>(params, kOffMode) == kModeFine);
+    // Rates and depths without a pre-emphasis section are interpolated plainly.
+    if (params[kOffEnabled] == 0 || section == nullptr) {
+        interpolate(in->data, out->data, frames);
+    } else {
+        const bool shortHighBand = upSampler32 && in->bitsPerSample == 16 && rate == 48000;
+        enhanceFrames(in->data, out->data, frames, section,
+                      enhancer(params[kOffMp3Source] != 0, shortHighBand));
+    }
+
+    out->length = 2 * n;
+    out->sampleRate = 2 * rate;
+    out->bitsPerSample = kOutputBits;
+    return 0;
+}
