@@ -21,7 +21,6 @@
 
 #include <quorvex/DownSamplingFilter.h>
 #include <quorvex/ReSamplingFilter.h>
-
 #include <quorvex/UpSamplingFilter.h>
 #include <quorvex/Velmo.h>
 
