@@ -17,7 +17,10 @@
 #include <quorvex/HPEQFilter.h>
 #include <quorvex/PersonalizeFilter.h>
 #include <quorvex/SurroundFilter.h>
+#include <quorvex/fft.h>
 
+#include <quorvex/DownSamplingFilter.h>
+#include <quorvex/ReSamplingFilter.h>
 #include <quorvex/UpSamplingFilter.h>
 #include <quorvex/Velmo.h>
 

@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <cstring>
 
-#include "effects/common/EffectBlock.h"
+#include "framework/ParamBlock.h"
 
-using effects::fieldAt;
-using effects::putField;
+using paramblock::fieldAt;
+using paramblock::putField;
 
 namespace {
 

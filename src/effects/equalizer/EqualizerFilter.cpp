@@ -3,17 +3,17 @@
 #include <cstdint>
 #include <cstring>
 
-#include "effects/common/EffectBlock.h"
+#include "framework/ParamBlock.h"
 #include "effects/common/StereoFrames.h"
 #include "effects/equalizer/EqualizerTables.h"
 
-using effects::fieldAt;
-using effects::putField;
+using paramblock::fieldAt;
+using paramblock::putField;
 
 namespace {
 
 // pEUQ / mEp2; the block's trailing three padding bytes are never touched.
-constexpr effects::BlockSpec kBlock = {0x70455551, 0x6D457032, 92, 89};
+constexpr paramblock::BlockSpec kBlock = {0x70455551, 0x6D457032, 92, 89};
 
 constexpr int kOffEnabled = 4;
 constexpr int kOffGain = 8;
@@ -110,16 +110,16 @@ const char* EqualizerFilter::getName() { return "Equalizer"; }
 
 int EqualizerFilter::setParamData(unsigned long id, const void* block, int size) {
     int answer;
-    const unsigned char* bytes = effects::screenBlock(kBlock, id, block, size, &answer);
+    const unsigned char* bytes = paramblock::screenBlock(kBlock, id, block, size, &answer);
     if (bytes == nullptr) return answer;
-    if (!effects::doublesWithin(bytes, kOffGain, kBands, 1.0)) return -1;
+    if (!paramblock::doublesWithin(bytes, kOffGain, kBands, 1.0)) return -1;
     std::memcpy(params, bytes, kBlock.storedBytes);
     reset();
     return kBlock.size;
 }
 
 int EqualizerFilter::getParamData(unsigned long id, void* block, int size) {
-    return effects::copyBlockOut(kBlock, id, block, size, params);
+    return paramblock::copyBlockOut(kBlock, id, block, size, params);
 }
 
 void EqualizerFilter::reset() {

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "effects/common/EffectBlock.h"
+#include "framework/ParamBlock.h"
 #include "effects/common/FeedbackSection.h"
 #include "effects/common/StereoFrames.h"
 
@@ -11,7 +11,7 @@ using effects::sectionSums;
 
 namespace {
 
-constexpr effects::BlockSpec kBlock = {0x70504143, 0x6D504131,  // pPAC / mPA1
+constexpr paramblock::BlockSpec kBlock = {0x70504143, 0x6D504131,  // pPAC / mPA1
                                        sizeof(PhoneAdaptationConfigParams),
                                        sizeof(PhoneAdaptationConfigParams)};
 constexpr int kOffSections = 8;
@@ -70,16 +70,16 @@ const char* HPEQFilter::getName() { return "HPEQ"; }
 
 int HPEQFilter::setParamData(unsigned long id, const void* block, int size) {
     int answer;
-    const unsigned char* bytes = effects::screenBlock(kBlock, id, block, size, &answer);
+    const unsigned char* bytes = paramblock::screenBlock(kBlock, id, block, size, &answer);
     if (bytes == nullptr) return answer;
-    if (!effects::doublesWithin(bytes, kOffSections, kCoefficients, kCoefficientLimit)) return -1;
+    if (!paramblock::doublesWithin(bytes, kOffSections, kCoefficients, kCoefficientLimit)) return -1;
     std::memcpy(&params, bytes, sizeof params);
     reset();
     return kBlock.size;
 }
 
 int HPEQFilter::getParamData(unsigned long id, void* block, int size) {
-    return effects::copyBlockOut(kBlock, id, block, size, &params);
+    return paramblock::copyBlockOut(kBlock, id, block, size, &params);
 }
 
 void HPEQFilter::reset() { HPEQInit(params); }

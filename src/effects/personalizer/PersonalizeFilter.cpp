@@ -3,16 +3,16 @@
 #include <cstdint>
 #include <cstring>
 
-#include "effects/common/EffectBlock.h"
+#include "framework/ParamBlock.h"
 #include "effects/common/FeedbackSection.h"
 #include "effects/common/StereoFrames.h"
 
-using effects::fieldAt;
-using effects::putField;
+using paramblock::fieldAt;
+using paramblock::putField;
 
 namespace {
 
-constexpr effects::BlockSpec kBlock = {0x70554143, 0x6D556131, 104, 104};  // pUAC / mUa1
+constexpr paramblock::BlockSpec kBlock = {0x70554143, 0x6D556131, 104, 104};  // pUAC / mUa1
 constexpr int kOffEnabled = 4;
 constexpr int kOffLeft = 8;
 constexpr int kOffRight = 56;
@@ -52,16 +52,16 @@ const char* PersonalizeFilter::getName() { return "Personalizer"; }
 
 int PersonalizeFilter::setParamData(unsigned long id, const void* block, int size) {
     int answer;
-    const unsigned char* bytes = effects::screenBlock(kBlock, id, block, size, &answer);
+    const unsigned char* bytes = paramblock::screenBlock(kBlock, id, block, size, &answer);
     if (bytes == nullptr) return answer;
-    if (!effects::doublesWithin(bytes, kOffLeft, kCoefficients, kCoefficientLimit)) return -1;
+    if (!paramblock::doublesWithin(bytes, kOffLeft, kCoefficients, kCoefficientLimit)) return -1;
     std::memcpy(params, bytes, sizeof params);
     reset();
     return kBlock.size;
 }
 
 int PersonalizeFilter::getParamData(unsigned long id, void* block, int size) {
-    return effects::copyBlockOut(kBlock, id, block, size, params);
+    return paramblock::copyBlockOut(kBlock, id, block, size, params);
 }
 
 void PersonalizeFilter::reset() {

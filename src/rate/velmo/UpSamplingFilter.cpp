@@ -5,18 +5,18 @@
 #include <cstdint>
 #include <cstring>
 
-#include "effects/common/EffectBlock.h"
+#include "framework/ParamBlock.h"
 #include "rate/velmo/VelmoSections.h"
 
-using effects::fieldAt;
-using effects::putField;
+using paramblock::fieldAt;
+using paramblock::putField;
 
 namespace {
 
 constexpr uint32_t kMagic = 0x6D564C43;     // mVLC
 constexpr uint32_t kEndMagic = 0x434C566D;  // CLVm
 constexpr int kBlockSize = 20;
-constexpr effects::BlockSpec kBlock = {0x70564C43 /* pVLC */, kMagic, kBlockSize, kBlockSize};
+constexpr paramblock::BlockSpec kBlock = {0x70564C43 /* pVLC */, kMagic, kBlockSize, kBlockSize};
 
 constexpr int kOffBlockSize = 4;
 constexpr int kOffEnabled = 8;
@@ -98,7 +98,7 @@ const char* UpSamplingFilter::getName() { return "Velmo"; }
 
 int UpSamplingFilter::setParamData(unsigned long id, const void* block, int size) {
     int answer;
-    const unsigned char* bytes = effects::screenBlock(kBlock, id, block, size, &answer);
+    const unsigned char* bytes = paramblock::screenBlock(kBlock, id, block, size, &answer);
     if (bytes == nullptr) return answer;
     if (!isValidBlock(bytes)) return -1;
     // An unchanged setting keeps the stream running without a break.
@@ -109,7 +109,7 @@ int UpSamplingFilter::setParamData(unsigned long id, const void* block, int size
 }
 
 int UpSamplingFilter::getParamData(unsigned long id, void* block, int size) {
-    return effects::copyBlockOut(kBlock, id, block, size, params);
+    return paramblock::copyBlockOut(kBlock, id, block, size, params);
 }
 
 void UpSamplingFilter::reset() { VelmoInit(); }

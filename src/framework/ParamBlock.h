@@ -1,13 +1,13 @@
-#ifndef QUORVEX_EFFECTS_COMMON_EFFECTBLOCK_H
-#define QUORVEX_EFFECTS_COMMON_EFFECTBLOCK_H
+#ifndef QUORVEX_FRAMEWORK_PARAMBLOCK_H
+#define QUORVEX_FRAMEWORK_PARAMBLOCK_H
 
-// Field access and checks shared by the effects' parameter blocks, which are
+// Field access and checks shared by the filters' parameter blocks, which are
 // kept as raw bytes because hosts hand them over at any alignment.
 
 #include <cstdint>
 #include <cstring>
 
-namespace effects {
+namespace paramblock {
 
 template <typename T>
 T fieldAt(const unsigned char* block, int offset) {
@@ -68,6 +68,6 @@ inline int copyBlockOut(const BlockSpec& spec, unsigned long id, void* block, in
     return spec.size;
 }
 
-}  // namespace effects
+}  // namespace paramblock
 
 #endif

@@ -1,0 +1,156 @@
+#include <quorvex/ReSamplingFilter.h>
+
+#include <samplerate.h>
+#include <soxr.h>
+
+#include <time.h>
+
+#include <map>
+#include <utility>
+
+#include "bench_util.h"
+
+// The resampler and two peer converters on the same signal, rate pairs and
+// block size. Peers report `vs_quorvex`: their frames per CPU second divided
+// by ours on the same rate pair.
+
+namespace {
+
+constexpr int kFrames = 1024;
+
+class OurConverter {
+   public:
+    OurConverter(int inRate, int outRate)
+        : signal(bench::stereoSignal(kFrames, inRate)),
+          output(static_cast<size_t>(4 * kFrames) * outRate / inRate + 4),
+          filter(inRate, 16, outRate, 24),
+          in(signal.data(), 2 * kFrames, 2 * kFrames, inRate, 16),
+          out(output.data(), static_cast<int>(output.size()), 0, outRate, 24) {}
+
+    void block() {
+        filter.process(&in, &out);
+        benchmark::DoNotOptimize(output.data());
+    }
+
+   private:
+    std::vector<double> signal;
+    std::vector<double> output;
+    ReSamplingFilter filter;
+    RealAudioBuffer in;
+    RealAudioBuffer out;
+};
+
+double threadCpuSeconds() {
+    timespec now;
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
+}
+
+// Our frames per CPU second for each rate pair, as last measured.
+std::map<std::pair<int, int>, double>& ourRates() {
+    static std::map<std::pair<int, int>, double> rates;
+    return rates;
+}
+
+template <typename Block>
+double timedFramesPerSecond(benchmark::State& state, Block block) {
+    const double start = threadCpuSeconds();
+    for (auto _ : state) block();
+    return static_cast<double>(kFrames) * static_cast<double>(state.iterations()) /
+           (threadCpuSeconds() - start);
+}
+
+double ourFramesPerSecond(int inRate, int outRate) {
+    auto found = ourRates().find({inRate, outRate});
+    if (found != ourRates().end()) return found->second;
+    OurConverter converter(inRate, outRate);
+    const double start = threadCpuSeconds();
+    long blocks = 0;
+    for (; threadCpuSeconds() - start < 0.3; ++blocks) converter.block();
+    return ourRates()[{inRate, outRate}] = blocks * kFrames / (threadCpuSeconds() - start);
+}
+
+void reportAgainstOurs(benchmark::State& state, int inRate, int outRate, double framesPerSecond) {
+    bench::reportFrames(state, kFrames, inRate);
+    state.counters["vs_quorvex"] = framesPerSecond / ourFramesPerSecond(inRate, outRate);
+}
+
+void BM_ReSampling_quorvex(benchmark::State& state) {
+    const int inRate = static_cast<int>(state.range(0));
+    const int outRate = static_cast<int>(state.range(1));
+    OurConverter converter(inRate, outRate);
+    ourRates()[{inRate, outRate}] = timedFramesPerSecond(state, [&] { converter.block(); });
+    bench::reportFrames(state, kFrames, inRate);
+}
+
+void BM_ReSampling_soxr_hq(benchmark::State& state) {
+    const int inRate = static_cast<int>(state.range(0));
+    const int outRate = static_cast<int>(state.range(1));
+    const std::vector<double> signal = bench::stereoSignal(kFrames, inRate);
+    std::vector<double> output(static_cast<size_t>(4 * kFrames) * outRate / inRate + 4);
+    const soxr_io_spec_t io = soxr_io_spec(SOXR_FLOAT64_I, SOXR_FLOAT64_I);
+    const soxr_quality_spec_t quality = soxr_quality_spec(SOXR_HQ, 0);
+    soxr_error_t error = nullptr;
+    soxr_t soxr = soxr_create(inRate, outRate, 2, &error, &io, &quality, nullptr);
+    if (error != nullptr) {
+        state.SkipWithError(error);
+        return;
+    }
+    const double framesPerSecond = timedFramesPerSecond(state, [&] {
+        size_t consumed = 0;
+        size_t produced = 0;
+        soxr_process(soxr, signal.data(), kFrames, &consumed, output.data(), output.size() / 2,
+                     &produced);
+        benchmark::DoNotOptimize(output.data());
+    });
+    soxr_delete(soxr);
+    reportAgainstOurs(state, inRate, outRate, framesPerSecond);
+}
+
+void libsamplerate(benchmark::State& state, int converterType) {
+    const int inRate = static_cast<int>(state.range(0));
+    const int outRate = static_cast<int>(state.range(1));
+    const std::vector<double> source = bench::stereoSignal(kFrames, inRate);
+    std::vector<float> signal(source.begin(), source.end());  // its native sample type
+    std::vector<float> output(static_cast<size_t>(4 * kFrames) * outRate / inRate + 4);
+    int error = 0;
+    SRC_STATE* src = src_new(converterType, 2, &error);
+    if (src == nullptr) {
+        state.SkipWithError(src_strerror(error));
+        return;
+    }
+    SRC_DATA data{};
+    data.src_ratio = static_cast<double>(outRate) / inRate;
+    const double framesPerSecond = timedFramesPerSecond(state, [&] {
+        data.data_in = signal.data();
+        data.input_frames = kFrames;
+        data.data_out = output.data();
+        data.output_frames = static_cast<long>(output.size() / 2);
+        src_process(src, &data);
+        benchmark::DoNotOptimize(output.data());
+    });
+    src_delete(src);
+    reportAgainstOurs(state, inRate, outRate, framesPerSecond);
+}
+
+void BM_ReSampling_libsamplerate_best(benchmark::State& state) {
+    libsamplerate(state, SRC_SINC_BEST_QUALITY);
+}
+
+void BM_ReSampling_libsamplerate_medium(benchmark::State& state) {
+    libsamplerate(state, SRC_SINC_MEDIUM_QUALITY);
+}
+
+void ratePairs(benchmark::internal::Benchmark* b) {
+    b->ArgNames({"in", "out"});
+    for (auto pair :
+         {std::pair<int, int>{44100, 48000}, {48000, 44100}, {32000, 44100}, {48000, 48000}})
+        b->Args({pair.first, pair.second});
+}
+
+BENCHMARK(BM_ReSampling_quorvex)->Apply(ratePairs);
+BENCHMARK(BM_ReSampling_soxr_hq)->Apply(ratePairs);
+BENCHMARK(BM_ReSampling_libsamplerate_best)->Apply(ratePairs);
+BENCHMARK(BM_ReSampling_libsamplerate_medium)->Apply(ratePairs);
+
+}  // namespace

@@ -1,0 +1,309 @@
+#include <quorvex/ReSamplingFilter.h>
+
+#include <climits>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+
+#include "rate/resampling/ReSamplingState.h"
+#include "rate/resampling/bessel0.h"
+
+namespace {
+
+constexpr int s_firodr = 4096;     // half-length of the prototype, intermediate-rate taps
+constexpr double s_lpfcof = 0.88;  // cut-off as a fraction of the output rate
+constexpr double kPi = 3.141592653589793;
+constexpr double kKaiserBeta = 10.0;
+constexpr int kMaxMultiple = 1023;
+constexpr int kRingFrames = 65536;
+constexpr int64_t kRingMask = kRingFrames - 1;
+constexpr int kMaxBlockFrames = 32768;
+
+int s_nInputFreq;
+int s_nOutputFreq;
+int s_isrm;  // up factor; 0 until a rate pair has been set up
+int s_osrm;  // down factor
+int s_nImgFreq;
+double s_hfir[65536];
+// The prototype regrouped by phase: the taps of a window whose first input
+// lies p intermediate samples past -4096 are the run at s_phaseOffset[p].
+constexpr int kMaxPhases = 16384;
+double s_phaseTaps[2 * s_firodr + kMaxPhases + 1];
+int s_phaseOffset[kMaxPhases];
+alignas(16) double s_smpld[kRingFrames][2];
+// Absolute input indexes grow with the stream; 64 bits keep them exact for
+// any stream a host can play.
+int64_t s_iptr;
+int64_t s_sptr;
+int s_sptrr;
+int64_t s_eptr;
+int s_eptrr;
+// Output frames are counted over the whole stream: each block carries the
+// fraction of an output it could not complete (as a numerator over the input
+// rate) to the next, so the window keeps pace with the input.
+int64_t s_outRemainder;
+
+// The smallest multiple of the larger rate that the smaller one divides, or
+// -1 when none within kMaxMultiple multiples fits in an int.
+int64_t commonMultiple(int a, int b) {
+    const int64_t hi = a > b ? a : b;
+    const int64_t lo = a > b ? b : a;
+    for (int j = 1; j <= kMaxMultiple; ++j) {
+        if (hi * j % lo == 0) return hi * j <= INT_MAX ? hi * j : -1;
+    }
+    return -1;
+}
+
+// Kaiser-windowed ideal low-pass with its edge at 0.44 x the output rate; the
+// gain `up` restores the level lost to zero insertion.
+void buildPrototype(int outRate, int up, int imgFreq) {
+    const double fc = outRate * s_lpfcof;
+    const double g = fc * 0.5 * up * 2 / imgFreq;
+    const double omega = fc * kPi / imgFreq;
+    const double windowNorm = bessel0(kKaiserBeta);
+    s_hfir[0] = g;
+    for (int i = 1; i <= s_firodr; ++i) {
+        const double x = static_cast<double>(i) / s_firodr;
+        const double phase = i * omega;
+        s_hfir[i] = g * std::sin(phase) / phase * bessel0(kKaiserBeta * std::sqrt(1.0 - x * x)) /
+                    windowNorm;
+    }
+}
+
+// Ordinary rate pairs read their taps from this table in order instead of
+// gathering them from the half prototype.
+void buildPhaseTable(int up) {
+    if (up > kMaxPhases) return;
+    int offset = 0;
+    for (int p = 0; p < up; ++p) {
+        s_phaseOffset[p] = offset;
+        for (int t = p - s_firodr; t <= s_firodr; t += up)
+            s_phaseTaps[offset++] = s_hfir[t < 0 ? -t : t];
+    }
+}
+
+void storeFrames(const double* in, int frames) {
+    for (int f = 0; f < frames; ++f) {
+        double* slot = s_smpld[(s_iptr + f) & kRingMask];
+        slot[0] = in[2 * f];
+        slot[1] = in[2 * f + 1];
+    }
+    s_iptr += frames;
+}
+
+// One output's window: its first input index, the prototype tap offset of
+// that input, and the number of inputs it spans.
+struct Window {
+    int64_t first;
+    int tap;
+    int taps;
+};
+
+Window currentWindow() {
+    return {s_sptr, -s_firodr - s_sptrr, static_cast<int>(s_eptr - s_sptr + 1)};
+}
+
+// Left and right travel together through the sums.
+typedef double StereoPair __attribute__((vector_size(16)));
+
+// A window read straight from the half prototype and the ring.
+struct GatheredWindow {
+    const Window* w;
+    int up;
+    double tap(int j) const {
+        const int t = w->tap + j * up;
+        return s_hfir[t < 0 ? -t : t];
+    }
+    const double* frame(int j) const { return s_smpld[(w->first + j) & kRingMask]; }
+};
+
+// A window whose taps are one run of the phase table and whose frames do not
+// wrap around the ring.
+struct ContiguousWindow {
+    const double* taps;
+    const double* frames;
+    double tap(int j) const { return taps[j]; }
+    const double* frame(int j) const { return frames + 2 * j; }
+};
+
+template <typename Source>
+inline void accumulate(StereoPair& acc, const Source& src, int j) {
+    const double h = src.tap(j);
+    StereoPair x;
+    std::memcpy(&x, src.frame(j), sizeof x);
+    acc += StereoPair{h, h} * x;
+}
+
+// The polyphase sums of `Count` consecutive outputs: every input frame of a
+// window times the prototype tap at its distance from the output, added in
+// ascending input order. The outputs' sums are independent, so running them
+// side by side hides the latency of each addition without changing a bit.
+template <int Count, typename Source>
+void windowSums(const Window* w, const Source* src, double* out) {
+    StereoPair acc[Count] = {};
+    int common = w[0].taps;
+    for (int g = 1; g < Count; ++g) common = w[g].taps < common ? w[g].taps : common;
+    for (int j = 0; j < common; ++j) {
+        for (int g = 0; g < Count; ++g) accumulate(acc[g], src[g], j);
+    }
+    for (int g = 0; g < Count; ++g) {
+        for (int j = common; j < w[g].taps; ++j) accumulate(acc[g], src[g], j);
+        out[2 * g] = acc[g][0];
+        out[2 * g + 1] = acc[g][1];
+    }
+}
+
+// Uses the phase table unless the up factor outgrew it or a window wraps
+// around the end of the ring.
+template <int Count>
+void windowSums(const Window* w, double* out) {
+    bool contiguous = s_isrm <= kMaxPhases;
+    for (int g = 0; g < Count; ++g)
+        contiguous = contiguous && (w[g].first & kRingMask) + w[g].taps <= kRingFrames;
+    if (contiguous) {
+        ContiguousWindow src[Count];
+        for (int g = 0; g < Count; ++g)
+            src[g] = {s_phaseTaps + s_phaseOffset[w[g].tap + s_firodr],
+                      s_smpld[w[g].first & kRingMask]};
+        windowSums<Count>(w, src, out);
+    } else {
+        GatheredWindow src[Count];
+        for (int g = 0; g < Count; ++g) src[g] = {&w[g], s_isrm};
+        windowSums<Count>(w, src, out);
+    }
+}
+
+// Moves the window on by one output period, `down` intermediate samples.
+void advanceWindow() {
+    const int up = s_isrm;
+    const int q = s_osrm / up;
+    const int r = s_osrm % up;
+    s_sptr += q;
+    s_sptrr += r;
+    if (s_sptrr > 0) {
+        s_sptrr -= up;
+        s_sptr += 1;
+    }
+    s_eptr += q;
+    s_eptrr += r;
+    if (s_eptrr >= up) {
+        s_eptrr -= up;
+        s_eptr += 1;
+    }
+}
+
+// Writes `frames` outputs, moving the window on after each.
+void produceFrames(int64_t frames, double* out) {
+    constexpr int kSideBySide = 4;
+    Window w[kSideBySide];
+    int64_t i = 0;
+    for (; i + kSideBySide <= frames; i += kSideBySide) {
+        for (Window& each : w) {
+            each = currentWindow();
+            advanceWindow();
+        }
+        windowSums<kSideBySide>(w, out + 2 * i);
+    }
+    for (; i < frames; ++i) {
+        w[0] = currentWindow();
+        advanceWindow();
+        windowSums<1>(w, out + 2 * i);
+    }
+}
+
+// Output frames that `frames` more input frames complete, and the remainder
+// carried past them.
+int64_t outputFramesFor(int frames, int64_t* remainder) {
+    const int64_t total = static_cast<int64_t>(frames) * s_nOutputFreq + s_outRemainder;
+    *remainder = total % s_nInputFreq;
+    return total / s_nInputFreq;
+}
+
+}  // namespace
+
+ReSamplingWindow ReSamplingFilterWindow() {
+    return {s_isrm, s_osrm, s_nImgFreq, s_iptr, s_sptr, s_sptrr, s_eptr, s_eptrr};
+}
+
+const double* ReSamplingFilterPrototype() { return s_hfir; }
+
+int ReSamplingFilterInit(int inRate, int outRate) {
+    if (inRate <= 0 || outRate <= 0) return -1;
+    const int64_t m = commonMultiple(inRate, outRate);
+    if (m <= 0) return -1;
+    s_nInputFreq = inRate;
+    s_nOutputFreq = outRate;
+    s_isrm = static_cast<int>(m / inRate);
+    s_osrm = static_cast<int>(m / outRate);
+    s_nImgFreq = outRate * s_osrm;
+    buildPrototype(outRate, s_isrm, s_nImgFreq);
+    buildPhaseTable(s_isrm);
+    std::memset(s_smpld, 0, sizeof s_smpld);
+    s_iptr = 0;
+    const int q0 = s_firodr / s_isrm;
+    const int r0 = s_firodr % s_isrm;
+    s_sptr = -q0;
+    s_sptrr = -r0;
+    s_eptr = q0;
+    s_eptrr = r0;
+    s_outRemainder = 0;
+    return 0;
+}
+
+int ReSamplingFilterProcess(int inLength, const double* in, int outSize, double* out) {
+    if (s_isrm == 0 || inLength < 0) return -1;
+    const int frames = inLength / 2;
+    if (frames > kMaxBlockFrames) return -1;
+    int64_t remainder;
+    const int64_t n = outputFramesFor(frames, &remainder);
+    if (2 * n > outSize) return -1;
+    s_outRemainder = remainder;
+
+    if (s_iptr == 0) s_iptr = s_eptr;
+    storeFrames(in, frames);
+    produceFrames(n, out);
+    return static_cast<int>(2 * n);
+}
+
+ReSamplingFilter::ReSamplingFilter(int inRate, int inBits, int outRate, int outBits)
+    : inRate(inRate), inBits(inBits), outRate(outRate), outBits(outBits) {
+    ReSamplingFilterInit(inRate, outRate);
+}
+
+ReSamplingFilter::~ReSamplingFilter() = default;
+
+const char* ReSamplingFilter::getName() { return "ReSampling"; }
+
+int ReSamplingFilter::setParamData(unsigned long, const void*, int) { return 0; }
+
+int ReSamplingFilter::getParamData(unsigned long, void*, int) { return 0; }
+
+void ReSamplingFilter::reset() { ReSamplingFilterInit(inRate, outRate); }
+
+int ReSamplingFilter::process(const RealAudioBuffer* in, RealAudioBuffer* out) {
+    if (in->sampleRate <= 0 || in->length < 0) return -1;
+    if (in->sampleRate != inRate) {
+        inRate = in->sampleRate;
+        reset();
+    }
+    if (s_isrm == 0) return -1;
+
+    const int64_t expected = static_cast<int64_t>(in->length) * outRate / in->sampleRate;
+    int64_t remainder;
+    const int64_t produced = 2 * outputFramesFor(in->length / 2, &remainder);
+    if (out->capacity < expected || out->capacity < produced) return -1;
+
+    // Longer blocks go through the kernel in pieces; the carried remainder
+    // makes that the same as one long block.
+    constexpr int kPieceDoubles = 2 * kMaxBlockFrames;
+    int written = 0;
+    for (int offset = 0; offset < in->length; offset += kPieceDoubles) {
+        const int piece = in->length - offset < kPieceDoubles ? in->length - offset : kPieceDoubles;
+        written += ReSamplingFilterProcess(piece, in->data + offset, out->capacity - written,
+                                           out->data + written);
+    }
+    out->length = written;
+    out->sampleRate = outRate;
+    out->bitsPerSample = outBits;
+    return 0;
+}
