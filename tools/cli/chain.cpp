@@ -214,6 +214,7 @@ Chain::Chain(const std::vector<ChainStep>& steps, StreamFormat input) : formats{
         BuiltFilter built = step.entry->build(step.values, formats.back());
         members.push_back(std::move(built.filter));
         formats.push_back(built.output);
+        latency += built.latencySeconds;
     }
     if (members.size() > 1) composition = compose(members);
 }

@@ -33,6 +33,7 @@ public:
     // The highest rate anywhere in the chain divided by the input rate: how
     // much room the largest intermediate block needs.
     double widestRateRatio() const;
+    double latencySeconds() const { return latency; }
     // The largest block, up to `most` frames, that every filter turns into a
     // whole and even number of frames, so no rate change drops a fraction of
     // a frame at a block's end; `most` when no such block exists.
@@ -44,6 +45,7 @@ private:
     std::vector<StreamFormat> formats;  // the input, then each member's output
     std::unique_ptr<RealAudioFilter> composition;
     std::unique_ptr<IntAudioFilter> integerOnly;
+    double latency = 0.0;
 };
 
 #endif

@@ -5,7 +5,9 @@
 #include "error.h"
 #include "progress.h"
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 #include <memory>
 #include <vector>
 
@@ -14,15 +16,54 @@ namespace {
 constexpr int kMostBlockFrames = 4096;
 
 // Both ways through the library read one block of the input, run it through
-// the chain and write what comes out.
+// the chain and write what comes out. The chain's delay is cut from the
+// start of the output and made up for at the end by running silence through
+// it, so the output holds exactly the input's span.
 class BlockRunner {
 public:
+    BlockRunner(Chain& chain, int blockFrames)
+        : chain(chain), blockFrames(blockFrames),
+          toSkip(std::llround(chain.latencySeconds() * chain.output().rate)) {}
     virtual ~BlockRunner() = default;
-    // Returns the input frames consumed; 0 at the end of the input.
-    virtual long long runBlock(InputFile& in, OutputFile& out) = 0;
+
+    // Reads up to one block; returns the frames read, 0 at the end of the input.
+    virtual long long read(InputFile& file) = 0;
+    virtual void runAndWrite(long long frames, OutputFile& target) = 0;
+
+    // Pushes the delayed tail out once all `framesIn` input frames have run.
+    void flush(long long framesIn, OutputFile& target) {
+        expected = framesIn * chain.output().rate / chain.input().rate;
+        long long budget = std::llround(chain.latencySeconds() * chain.input().rate) + blockFrames;
+        for (; written < expected && budget > 0; budget -= blockFrames) {
+            silence();
+            runAndWrite(blockFrames, target);
+        }
+    }
+
     long long framesWritten() const { return written; }
 
 protected:
+    virtual void silence() = 0;
+
+    struct Span {
+        long long first;
+        long long count;
+    };
+    // Which of `frames` output frames belong in the file.
+    Span keep(long long frames) {
+        const long long skip = std::min(frames, toSkip);
+        toSkip -= skip;
+        const long long count = std::min(frames - skip, expected - written);
+        written += count;
+        return {skip, count};
+    }
+
+    Chain& chain;
+    const int blockFrames;
+
+private:
+    long long toSkip;
+    long long expected = std::numeric_limits<long long>::max();
     long long written = 0;
 };
 
@@ -36,26 +77,25 @@ int doublesForWidestBlock(Chain& chain, int blockFrames) {
 class DoubleRunner : public BlockRunner {
 public:
     DoubleRunner(Chain& chain, int blockFrames)
-        : chain(chain), blockFrames(blockFrames), in(2 * blockFrames, chain.input().rate, chain.input().bits),
+        : BlockRunner(chain, blockFrames), in(2 * blockFrames, chain.input().rate, chain.input().bits),
           out(doublesForWidestBlock(chain, blockFrames), chain.output().rate, chain.output().bits) {}
 
-    long long runBlock(InputFile& file, OutputFile& target) override {
-        const long long frames = file.readStereo(in.data, blockFrames);
-        if (frames == 0) return 0;
+    long long read(InputFile& file) override { return file.readStereo(in.data, blockFrames); }
+
+    void runAndWrite(long long frames, OutputFile& target) override {
         in.length = static_cast<int>(2 * frames);
         out.length = 0;
         out.sampleRate = chain.output().rate;
         out.bitsPerSample = chain.output().bits;
         if (chain.outermost().process(&in, &out) < 0)
             throw CliError("the chain " + chain.name() + " failed on a block");
-        target.writeStereo(out.data, out.length / 2);
-        written += out.length / 2;
-        return frames;
+        const Span span = keep(out.length / 2);
+        target.writeStereo(out.data + 2 * span.first, span.count);
     }
 
 private:
-    Chain& chain;
-    int blockFrames;
+    void silence() override { std::fill(in.data, in.data + 2 * blockFrames, 0.0); }
+
     RealAudioBuffer in;
     RealAudioBuffer out;
 };
@@ -91,7 +131,7 @@ int bytesFor(long long frames, int bits) { return static_cast<int>(2 * frames * 
 class IntegerRunner : public BlockRunner {
 public:
     IntegerRunner(Chain& chain, int blockFrames)
-        : chain(chain), blockFrames(blockFrames), in(bytesFor(blockFrames, chain.input().bits)),
+        : BlockRunner(chain, blockFrames), in(bytesFor(blockFrames, chain.input().bits)),
           out(bytesFor(static_cast<long long>(blockFrames) * chain.output().rate / chain.input().rate + 1,
                        chain.output().bits)) {
         filter = chain.integerFilter();
@@ -101,24 +141,24 @@ public:
         filter = adapter.get();
     }
 
-    long long runBlock(InputFile& file, OutputFile& target) override {
+    long long read(InputFile& file) override {
+        return file.readStereoPcm(in.data(), blockFrames, chain.input().bits);
+    }
+
+    void runAndWrite(long long frames, OutputFile& target) override {
         const StreamFormat from = chain.input();
         const StreamFormat to = chain.output();
-        const long long frames = file.readStereoPcm(in.data(), blockFrames, from.bits);
-        if (frames == 0) return 0;
         const int produced = filter->process(from.rate, from.bits, in.data(), bytesFor(frames, from.bits),
                                              to.rate, to.bits, out.data(), static_cast<int>(out.size()));
         if (produced < 0 || (watch && watch->lastResult < 0))
             throw CliError("the chain " + chain.name() + " failed on a block");
-        const long long outFrames = produced / bytesFor(1, to.bits);
-        target.writeStereoPcm(out.data(), outFrames, to.bits);
-        written += outFrames;
-        return frames;
+        const Span span = keep(produced / bytesFor(1, to.bits));
+        target.writeStereoPcm(out.data() + span.first * bytesFor(1, to.bits), span.count, to.bits);
     }
 
 private:
-    Chain& chain;
-    int blockFrames;
+    void silence() override { std::fill(in.begin(), in.end(), 0); }
+
     std::unique_ptr<ResultWatch> watch;
     std::unique_ptr<DataTypeConversionFilter> adapter;
     IntAudioFilter* filter;
@@ -157,11 +197,13 @@ ProcessResult processFile(const ProcessRequest& request) {
     else runner = std::make_unique<DoubleRunner>(chain, blockFrames);
     Progress progress(request.showProgress, in.info().frames, in.info().samplerate);
     long long framesIn = 0;
-    while (const long long frames = runner->runBlock(in, out)) {
+    while (const long long frames = runner->read(in)) {
+        runner->runAndWrite(frames, out);
         framesIn += frames;
         progress.update(framesIn);
     }
     in.requireFullyRead();
+    runner->flush(framesIn, out);
     out.commit();
     progress.finish();
 

@@ -63,6 +63,7 @@ private:
 struct BuiltFilter {
     std::unique_ptr<RealAudioFilter> filter;
     StreamFormat output;
+    double latencySeconds = 0.0;  // how much later than its input the output comes
 };
 
 struct BuiltIntegerFilter {

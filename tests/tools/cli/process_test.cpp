@@ -100,6 +100,45 @@ TEST(CliProcess, EnhancerDoublesTheRateAndWrites24Bits) {
     }
 }
 
+// A tone that fades in and out over 20 ms, so that band-limiting filters see
+// no edge: after any rate change it is the same tone at the new rate.
+std::vector<double> fadedTone(int frames, int rate) {
+    const double pi = std::acos(-1.0);
+    const double fade = 0.02 * rate;
+    std::vector<double> stereo(2 * static_cast<size_t>(frames));
+    for (int f = 0; f < frames; ++f) {
+        const double edge = std::fmin(1.0, std::fmin(f, frames - f) / fade);
+        const double x = 0.5 * std::pow(std::sin(pi / 2 * edge), 2) * std::sin(2 * pi * 300.0 * f / rate);
+        stereo[2 * f] = stereo[2 * f + 1] = x;
+    }
+    return stereo;
+}
+
+// The converters' delay is taken off the start and made up at the end: the
+// output spans the input exactly and lines up with it, ends included.
+TEST(CliProcess, RateConvertersLineUpWithTheirInputFromEndToEnd) {
+    ScratchDir dir;
+    writeAudio(dir.file("in.wav"), SF_FORMAT_WAV | SF_FORMAT_FLOAT, kRate, 2, fadedTone(kFrames / 2, kRate));
+    struct Case {
+        const char* chain;
+        int rate;
+        double tolerance;  // one sample off is ten times more
+    };
+    for (const Case& c : {Case{"resample:44100", kRate, 1e-5}, Case{"resample:88200", 2 * kRate, 1e-5},
+                          Case{"resample:22050", kRate / 2, 1e-5},
+                          Case{"velmo:enhance=off decimate", kRate, 6e-3}}) {
+        const RunResult run = runQuorvex({"process", dir.file("in.wav"), dir.file("out.wav"), "--chain", c.chain});
+        ASSERT_EQ(run.status, 0) << c.chain << ": " << run.err;
+        const Audio out = readAudio(dir.file("out.wav"));
+        EXPECT_EQ(out.info.samplerate, c.rate) << c.chain;
+        const std::vector<double> expected = fadedTone(kFrames / 2 * c.rate / kRate, c.rate);
+        ASSERT_EQ(out.values.size(), expected.size()) << c.chain;
+        double worst = 0.0;
+        for (size_t i = 0; i < expected.size(); ++i) worst = std::fmax(worst, std::fabs(out.values[i] - expected[i]));
+        EXPECT_LT(worst, c.tolerance) << c.chain;
+    }
+}
+
 // A float source may go over full scale; the level control brings it back.
 TEST(CliProcess, LevelControlKeepsAnOverloadedSourceWithinFullScale) {
     ScratchDir dir;

@@ -11,6 +11,10 @@ constexpr int kOffEnabled = 8;
 constexpr int kOffMp3Source = 9;
 constexpr int kOffMode = 12;
 constexpr int kOutputBits = 24;
+// Output samples by which the output trails the input: half the low band
+// FIR, plus half a sample for the two-sample hold in front of it.
+constexpr double kEnhancerDelay = 16.5;
+constexpr double kInterpolatorDelay = 32.5;
 
 void requireEnhanceableSource(const StreamFormat& input) {
     requireRate("velmo", input, {44100, 48000}, " (enhance=off interpolates at any rate)");
@@ -28,7 +32,8 @@ BuiltFilter build(const ParamValues& values, const StreamFormat& input) {
     block.setInt(kOffMode, values.text("mode") == "super" ? 1 : 2);
     block.apply("velmo");
     velmo->setUseUpSampler32(values.isOn("hb33"));
-    return {std::move(velmo), StreamFormat{2 * input.rate, kOutputBits}};
+    const double delay = values.isOn("enhance") ? kEnhancerDelay : kInterpolatorDelay;
+    return {std::move(velmo), StreamFormat{2 * input.rate, kOutputBits}, delay / (2.0 * input.rate)};
 }
 
 const FilterRegistration registration({

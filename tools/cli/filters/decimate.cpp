@@ -1,0 +1,26 @@
+// decimate: halves the rate through a 65-tap low-pass designed for 96 kHz.
+#include "registry.h"
+
+namespace {
+
+constexpr int kCentreTap = 32;  // a linear-phase FIR delays by half its length
+
+BuiltFilter build(const ParamValues& values, const StreamFormat& input) {
+    const int bits = values.text("bits") == "same" ? input.bits : std::stoi(values.text("bits"));
+    return {std::make_unique<DownSamplingFilter>(input.bits, bits), StreamFormat{input.rate / 2, bits},
+            static_cast<double>(kCentreTap) / input.rate};
+}
+
+const FilterRegistration registration({
+    "decimate",
+    "halves the rate: 96 kHz to 48 kHz (at other rates the 22 kHz cut-off scales along)",
+    "any rate",
+    "filter history",
+    "",
+    {
+        choiceParam("bits", {"same", "16", "24", "32"}, "output depth"),
+    },
+    build,
+});
+
+}  // namespace
