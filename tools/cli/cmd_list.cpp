@@ -67,13 +67,15 @@ CHAIN is one or more filters separated by spaces, applied in order:
   NAME                    a filter with its default settings
   NAME:KEY=VALUE,...      with settings; numbers may carry their unit (-2dB, 48kHz)
   NAME:VALUE              sets the filter's main parameter (resample:48000)
-A filter whose instances share process-wide state may appear once per chain.
+A filter whose instances share process-wide state may appear once per chain;
+hold, which works on integer PCM, runs alone.
 
 examples:
   quorvex process song.wav loud.wav --chain "alc:mode=sample"
   quorvex process song.flac bright.flac --chain "eq:63=+3,1k=-2,16k=+6"
   quorvex process song.wav hires.wav --chain "eq:16k=+3 velmo:source=mp3,mode=fine"
   quorvex process song.wav song48.flac --chain "resample:48000" --bits 16
+  quorvex process master96.wav room.wav --chain "surround:wide=0.7 hpeq:file=phones.txt decimate"
 )";
 
 }  // namespace
