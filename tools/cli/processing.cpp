@@ -40,8 +40,6 @@ public:
         }
     }
 
-    long long framesWritten() const { return written; }
-
 protected:
     virtual void silence() = 0;
 
@@ -207,8 +205,6 @@ ProcessResult processFile(const ProcessRequest& request) {
     out.commit();
     progress.finish();
 
-    return ProcessResult{chain.input(),      chain.output(),
-                         encodingName(encoding), chain.name(),
-                         framesIn,           runner->framesWritten(),
+    return ProcessResult{chain.input(), chain.output(), encodingName(encoding), chain.name(), framesIn,
                          progress.elapsedSeconds()};
 }

@@ -22,7 +22,6 @@ struct ProcessResult {
     std::string outputEncoding;
     std::string chainName;
     long long framesIn = 0;
-    long long framesOut = 0;
     double seconds = 0.0;
 };
 
