@@ -23,9 +23,10 @@ public:
     // they are not all written: the last sample of an odd m, and frames whose
     // source frame lacks its right sample (an odd n at a raised rate), stay
     // unwritten. Returns -1 without writing when the output area is too
-    // small, a rate or inBits (a multiple of 8) is not positive, or the
-    // depths are not 16/24 in and out and the format changes. A trailing
-    // partial sample of `in` is ignored.
+    // small, inRate or inBits (a multiple of 8) is not positive, outRate is
+    // negative, or the depths are not 16/24 in and out and the format
+    // changes. An outRate of 0 yields no samples. A trailing partial sample
+    // of `in` is ignored.
     int process(int inRate, int inBits, const void* in, int inBytes, int outRate, int outBits,
                 void* out, int outCapacity) override;
 };

@@ -76,7 +76,9 @@ void SimpleUpSamplingFilter::reset() {}
 
 int SimpleUpSamplingFilter::process(int inRate, int inBits, const void* in, int inBytes,
                                     int outRate, int outBits, void* out, int outCapacity) {
-    if (inBits <= 0 || inBits % 8 != 0 || inRate <= 0 || outRate <= 0 || inBytes < 0) return -1;
+    // An output rate of 0 asks for no samples; a negative one would make the
+    // byte count negative.
+    if (inBits <= 0 || inBits % 8 != 0 || inRate <= 0 || outRate < 0 || inBytes < 0) return -1;
     // Checked first so that the byte count below cannot overflow.
     const bool sameFormat = inBits == outBits && inRate == outRate;
     if (!sameFormat && !isConvertible(inBits, outBits)) return -1;

@@ -113,9 +113,21 @@ TEST(SimpleUpSamplingFilter, UnsupportedConversionsWriteNothing) {
     Bytes out(8);
     EXPECT_EQ(f.process(44100, 12, in.data(), 4, 44100, 16, out.data(), 8), -1);
     EXPECT_EQ(f.process(0, 16, in.data(), 4, 44100, 16, out.data(), 8), -1);
-    EXPECT_EQ(f.process(44100, 16, in.data(), 4, 0, 16, out.data(), 8), -1);
+    EXPECT_EQ(f.process(44100, 16, in.data(), 4, -44100, 16, out.data(), 8), -1);
     EXPECT_EQ(f.process(44100, 16, in.data(), -4, 44100, 16, out.data(), 8), -1);
     EXPECT_EQ(f.process(8000, 8, in.data(), 4, INT_MAX, INT_MAX - 7, out.data(), 8), -1);
+}
+
+TEST(SimpleUpSamplingFilter, OutputRateZeroYieldsAnEmptyBlock) {
+    // m = 0: nothing to write and nothing to check, unless the depths have no
+    // conversion.
+    SimpleUpSamplingFilter f;
+    const Bytes in = pack16({1, 2});
+    Bytes out(8, 0xEE);
+    EXPECT_EQ(f.process(44100, 16, in.data(), 4, 0, 24, out.data(), 0), 0);
+    EXPECT_EQ(f.process(44100, 16, in.data(), 4, 0, 16, out.data(), 8), 0);
+    EXPECT_EQ(out, Bytes(8, 0xEE));
+    EXPECT_EQ(f.process(44100, 16, in.data(), 4, 0, 32, out.data(), 8), -1);
 }
 
 TEST(SimpleUpSamplingFilter, OutputAreaMustHoldTheWholeResult) {
