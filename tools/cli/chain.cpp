@@ -112,6 +112,16 @@ std::string keyList(const FilterEntry& entry) {
     return keys.empty() ? "no parameters" : "the parameters " + joined(keys);
 }
 
+const ParamSpec& specFor(const FilterEntry& entry, const std::string& key, const std::string& item) {
+    if (key.empty()) throw UsageError(entry.name + ": '" + item + "' needs the form parameter=value");
+    const ParamSpec* spec = entry.findParam(key);
+    if (spec == nullptr)
+        throw UsageError(entry.name + ": unknown parameter '" + key + "' (" + entry.name + " takes " +
+                         keyList(entry) + ")");
+    return *spec;
+}
+
+// "KEY=VALUE,..." after the filter's name; a bare VALUE sets the positional key.
 ParamValues parseSettings(const FilterEntry& entry, const std::string& settings) {
     ParamValues values;
     for (const ParamSpec& spec : entry.params) setValue(entry.name, spec, spec.defaultValue, false, values);
@@ -119,20 +129,14 @@ ParamValues parseSettings(const FilterEntry& entry, const std::string& settings)
 
     std::vector<std::string> seen;
     for (const std::string& item : split(settings, ',')) {
-        const size_t equals = item.find('=');
-        std::string key = equals == std::string::npos ? entry.positional : item.substr(0, equals);
-        const std::string text = equals == std::string::npos ? item : item.substr(equals + 1);
         if (item.empty()) throw UsageError(entry.name + ": empty setting in '" + settings + "'");
-        if (key.empty())
-            throw UsageError(entry.name + ": '" + item + "' needs the form parameter=value");
-        const ParamSpec* spec = entry.findParam(key);
-        if (spec == nullptr)
-            throw UsageError(entry.name + ": unknown parameter '" + key + "' (" + entry.name +
-                             " takes " + keyList(entry) + ")");
-        if (std::find(seen.begin(), seen.end(), key) != seen.end())
-            throw UsageError(entry.name + ": " + key + " is given twice");
-        seen.push_back(key);
-        setValue(entry.name, *spec, text, true, values);
+        const size_t equals = item.find('=');
+        const bool bare = equals == std::string::npos;
+        const ParamSpec& spec = specFor(entry, bare ? entry.positional : item.substr(0, equals), item);
+        if (std::find(seen.begin(), seen.end(), spec.key) != seen.end())
+            throw UsageError(entry.name + ": " + spec.key + " is given twice");
+        seen.push_back(spec.key);
+        setValue(entry.name, spec, bare ? item : item.substr(equals + 1), true, values);
     }
     return values;
 }
