@@ -43,6 +43,7 @@ ProcessRequest parseArguments(const Arguments& args) {
     if (!chainGiven) throw UsageError("process: --chain is missing ('quorvex list' shows the filters)");
     request.input = paths[0];
     request.output = paths[1];
+    request.quiet = quiet;
     request.showProgress = !quiet && isatty(STDERR_FILENO);
     return request;
 }
@@ -52,6 +53,9 @@ ProcessRequest parseArguments(const Arguments& args) {
 int runProcess(const Arguments& args) {
     const ProcessRequest request = parseArguments(args);
     const ProcessResult result = processFile(request);
+    if (result.clippedSamples > 0 && !request.quiet)
+        std::fprintf(stderr, "quorvex: warning: %lld samples went over full scale and were clipped "
+                     "(alc at the end of the chain keeps them in range)\n", result.clippedSamples);
     if (request.showProgress)
         std::fprintf(stderr, "%s -> %s -> %s (%d Hz, %s), %.1f s of audio in %.2f s\n",
                      request.input.c_str(), result.chainName.c_str(), request.output.c_str(),

@@ -30,6 +30,9 @@ public:
     virtual long long read(InputFile& file) = 0;
     virtual void runAndWrite(long long frames, OutputFile& target) = 0;
 
+    // Samples over full scale that were clipped on their way to integers.
+    long long clippedSamples() const { return clipped; }
+
     // Pushes the delayed tail out once all `framesIn` input frames have run.
     void flush(long long framesIn, OutputFile& target) {
         expected = framesIn * chain.output().rate / chain.input().rate;
@@ -58,12 +61,25 @@ protected:
 
     Chain& chain;
     const int blockFrames;
+    long long clipped = 0;
 
 private:
     long long toSkip;
     long long expected = std::numeric_limits<long long>::max();
     long long written = 0;
 };
+
+// Integers cannot hold what lies beyond full scale, and the adapter's 24-bit
+// conversion would wrap it around; clipping is the least harm.
+long long clipToFullScale(double* samples, int count) {
+    long long clipped = 0;
+    for (int i = 0; i < count; ++i) {
+        if (std::fabs(samples[i]) <= 1.0) continue;
+        samples[i] = std::copysign(1.0, samples[i]);
+        ++clipped;
+    }
+    return clipped;
+}
 
 // Room for one block at the widest rate inside the chain, since a
 // composition's intermediate buffers are as large as its output buffer.
@@ -74,8 +90,9 @@ int doublesForWidestBlock(Chain& chain, int blockFrames) {
 // Float and other non-integer sources: doubles straight into the chain.
 class DoubleRunner : public BlockRunner {
 public:
-    DoubleRunner(Chain& chain, int blockFrames)
-        : BlockRunner(chain, blockFrames), in(2 * blockFrames, chain.input().rate, chain.input().bits),
+    DoubleRunner(Chain& chain, int blockFrames, bool toIntegers)
+        : BlockRunner(chain, blockFrames), toIntegers(toIntegers),
+          in(2 * blockFrames, chain.input().rate, chain.input().bits),
           out(doublesForWidestBlock(chain, blockFrames), chain.output().rate, chain.output().bits) {}
 
     long long read(InputFile& file) override { return file.readStereo(in.data, blockFrames); }
@@ -87,6 +104,7 @@ public:
         out.bitsPerSample = chain.output().bits;
         if (chain.outermost().process(&in, &out) < 0)
             throw CliError("the chain " + chain.name() + " failed on a block");
+        if (toIntegers) clipped += clipToFullScale(out.data, out.length);
         const Span span = keep(out.length / 2);
         target.writeStereo(out.data + 2 * span.first, span.count);
     }
@@ -94,15 +112,17 @@ public:
 private:
     void silence() override { std::fill(in.data, in.data + 2 * blockFrames, 0.0); }
 
+    const bool toIntegers;
     RealAudioBuffer in;
     RealAudioBuffer out;
 };
 
-// Passes everything to the chain and remembers its last result: the integer
-// adapter turns a failed block into zero bytes, which must not pass silently.
-class ResultWatch : public RealAudioFilter {
+// Passes everything to the chain; remembers its last result, since the
+// integer adapter turns a failed block into zero bytes that must not pass
+// silently, and clips what the chain leaves beyond full scale.
+class ChainGuard : public RealAudioFilter {
 public:
-    explicit ResultWatch(RealAudioFilter& inner) : inner(inner) {}
+    explicit ChainGuard(RealAudioFilter& inner) : inner(inner) {}
     const char* getName() override { return inner.getName(); }
     int setParamData(unsigned long id, const void* block, int size) override {
         return inner.setParamData(id, block, size);
@@ -113,9 +133,11 @@ public:
     void reset() override { inner.reset(); }
     int process(const RealAudioBuffer* in, RealAudioBuffer* out) override {
         lastResult = inner.process(in, out);
+        if (lastResult >= 0) clipped += clipToFullScale(out->data, out->length);
         return lastResult;
     }
     int lastResult = 0;
+    long long clipped = 0;
 
 private:
     RealAudioFilter& inner;
@@ -134,8 +156,8 @@ public:
                        chain.output().bits)) {
         filter = chain.integerFilter();
         if (filter != nullptr) return;
-        watch = std::make_unique<ResultWatch>(chain.outermost());
-        adapter = std::make_unique<DataTypeConversionFilter>(watch.get());
+        guard = std::make_unique<ChainGuard>(chain.outermost());
+        adapter = std::make_unique<DataTypeConversionFilter>(guard.get());
         filter = adapter.get();
     }
 
@@ -148,8 +170,9 @@ public:
         const StreamFormat to = chain.output();
         const int produced = filter->process(from.rate, from.bits, in.data(), bytesFor(frames, from.bits),
                                              to.rate, to.bits, out.data(), static_cast<int>(out.size()));
-        if (produced < 0 || (watch && watch->lastResult < 0))
+        if (produced < 0 || (guard && guard->lastResult < 0))
             throw CliError("the chain " + chain.name() + " failed on a block");
+        if (guard) clipped = guard->clipped;
         const Span span = keep(produced / bytesFor(1, to.bits));
         target.writeStereoPcm(out.data() + span.first * bytesFor(1, to.bits), span.count, to.bits);
     }
@@ -157,7 +180,7 @@ public:
 private:
     void silence() override { std::fill(in.begin(), in.end(), 0); }
 
-    std::unique_ptr<ResultWatch> watch;
+    std::unique_ptr<ChainGuard> guard;
     std::unique_ptr<DataTypeConversionFilter> adapter;
     IntAudioFilter* filter;
     std::vector<unsigned char> in;
@@ -192,7 +215,7 @@ ProcessResult processFile(const ProcessRequest& request) {
     std::unique_ptr<BlockRunner> runner;
     const int blockFrames = chain.wholeBlockFrames(kMostBlockFrames);
     if (in.integerBits() != 0) runner = std::make_unique<IntegerRunner>(chain, blockFrames);
-    else runner = std::make_unique<DoubleRunner>(chain, blockFrames);
+    else runner = std::make_unique<DoubleRunner>(chain, blockFrames, encoding != SampleEncoding::Float);
     Progress progress(request.showProgress, in.info().frames, in.info().samplerate);
     long long framesIn = 0;
     while (const long long frames = runner->read(in)) {
@@ -205,6 +228,6 @@ ProcessResult processFile(const ProcessRequest& request) {
     out.commit();
     progress.finish();
 
-    return ProcessResult{chain.input(), chain.output(), encodingName(encoding), chain.name(), framesIn,
-                         progress.elapsedSeconds()};
+    return ProcessResult{chain.input(),  chain.output(), encodingName(encoding),   chain.name(),
+                         framesIn,       progress.elapsedSeconds(), runner->clippedSamples()};
 }

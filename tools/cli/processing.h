@@ -13,6 +13,7 @@ struct ProcessRequest {
     std::string output;
     std::string chain;
     std::string bits;  // empty: follow the chain
+    bool quiet = false;
     bool showProgress = false;
 };
 
@@ -23,6 +24,7 @@ struct ProcessResult {
     std::string chainName;
     long long framesIn = 0;
     double seconds = 0.0;
+    long long clippedSamples = 0;
 };
 
 ProcessResult processFile(const ProcessRequest& request);

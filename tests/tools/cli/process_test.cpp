@@ -139,6 +139,26 @@ TEST(CliProcess, RateConvertersLineUpWithTheirInputFromEndToEnd) {
     }
 }
 
+// Integers cannot hold overs; the 24-bit conversion would wrap them to the
+// opposite sign, so they are clipped and the user is told.
+TEST(CliProcess, OversOnTheWayToIntegersAreClippedNotWrapped) {
+    ScratchDir dir;
+    writeAudio(dir.file("in.wav"), SF_FORMAT_WAV | SF_FORMAT_PCM_24, kRate, 2, fadedTone(kFrames / 4, kRate));
+    const RunResult run =
+        runQuorvex({"process", dir.file("in.wav"), dir.file("out.wav"), "--chain", "eq:400=+12"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_NE(run.err.find("samples went over full scale and were clipped"), std::string::npos) << run.err;
+
+    const Audio in = readAudio(dir.file("in.wav"));
+    const Audio out = readAudio(dir.file("out.wav"));
+    ASSERT_EQ(out.values.size(), in.values.size());
+    for (size_t i = 0; i < in.values.size(); ++i) {
+        if (std::fabs(in.values[i]) > 0.4) {
+            ASSERT_GT(in.values[i] * out.values[i], 0.0) << "sample " << i;
+        }
+    }
+}
+
 // A float source may go over full scale; the level control brings it back.
 TEST(CliProcess, LevelControlKeepsAnOverloadedSourceWithinFullScale) {
     ScratchDir dir;
