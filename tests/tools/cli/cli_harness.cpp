@@ -29,9 +29,25 @@ void redirect(int fd, const std::string& path) {
     close(target);
 }
 
+// The master side of a fresh pseudo-terminal; its slave's name in `slave`.
+int openTerminal(std::string& slave) {
+    const int master = posix_openpt(O_RDWR | O_NOCTTY);
+    grantpt(master);
+    unlockpt(master);
+    slave = ptsname(master);
+    return master;
+}
+
+std::string drain(int fd) {
+    std::string text;
+    char chunk[4096];
+    for (ssize_t got; (got = read(fd, chunk, sizeof chunk)) > 0;) text.append(chunk, static_cast<size_t>(got));
+    return text;
+}
+
 }  // namespace
 
-RunResult runQuorvex(const std::vector<std::string>& args, long fileSizeLimit) {
+RunResult runQuorvex(const std::vector<std::string>& args, const RunOptions& options) {
     char outPath[] = "/tmp/quorvex-run-out-XXXXXX";
     char errPath[] = "/tmp/quorvex-run-err-XXXXXX";
     close(mkstemp(outPath));
@@ -41,12 +57,15 @@ RunResult runQuorvex(const std::vector<std::string>& args, long fileSizeLimit) {
     for (const std::string& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
     argv.push_back(nullptr);
 
+    std::string terminal;
+    const int master = options.stderrIsTerminal ? openTerminal(terminal) : -1;
     const pid_t child = fork();
     if (child == 0) {
         redirect(STDOUT_FILENO, outPath);
-        redirect(STDERR_FILENO, errPath);
-        if (fileSizeLimit > 0) {
-            const rlimit limit{static_cast<rlim_t>(fileSizeLimit), static_cast<rlim_t>(fileSizeLimit)};
+        redirect(STDERR_FILENO, options.stderrIsTerminal ? terminal : errPath);
+        if (options.fileSizeLimit > 0) {
+            const rlim_t most = static_cast<rlim_t>(options.fileSizeLimit);
+            const rlimit limit{most, most};
             setrlimit(RLIMIT_FSIZE, &limit);
         }
         execv(argv[0], argv.data());
@@ -59,7 +78,8 @@ RunResult runQuorvex(const std::vector<std::string>& args, long fileSizeLimit) {
     result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     result.maxResidentKb = usage.ru_maxrss;
     result.out = slurp(outPath);
-    result.err = slurp(errPath);
+    result.err = options.stderrIsTerminal ? drain(master) : slurp(errPath);
+    if (master >= 0) close(master);
     unlink(outPath);
     unlink(errPath);
     return result;

@@ -16,9 +16,12 @@ struct RunResult {
     long maxResidentKb = 0;
 };
 
-// `fileSizeLimit` bytes, when nonzero, is the most the program may write to
-// one file, as on a full disk.
-RunResult runQuorvex(const std::vector<std::string>& args, long fileSizeLimit = 0);
+struct RunOptions {
+    long fileSizeLimit = 0;      // bytes, when nonzero: the most one file may grow, as on a full disk
+    bool stderrIsTerminal = false;  // a pseudo-terminal instead of a file
+};
+
+RunResult runQuorvex(const std::vector<std::string>& args, const RunOptions& options = {});
 
 // A fresh directory, removed with everything in it at the end of the test.
 class ScratchDir {

@@ -155,7 +155,9 @@ TEST_P(CliBadInput, FailsWithOneClearLineAndLeavesNoOutput) {
     std::vector<std::string> inputs;
     for (const std::string& name : before) inputs.push_back(fileBytes(dir.file(name)));
 
-    const RunResult run = runQuorvex(args, bad.fileSizeLimit);
+    RunOptions options;
+    options.fileSizeLimit = bad.fileSizeLimit;
+    const RunResult run = runQuorvex(args, options);
 
     EXPECT_GT(run.status, 0);
     EXPECT_NE(run.err.find(bad.message), std::string::npos) << run.err;

@@ -159,6 +159,24 @@ TEST(CliProcess, OversOnTheWayToIntegersAreClippedNotWrapped) {
     }
 }
 
+TEST(CliProcess, ProgressShowsOnATerminalUnlessQuiet) {
+    ScratchDir dir;
+    writeAudio(dir.file("in.wav"), SF_FORMAT_WAV | SF_FORMAT_PCM_16, kRate, 2, musicLike(kFrames, 2, kRate));
+    RunOptions terminal;
+    terminal.stderrIsTerminal = true;
+    const std::vector<std::string> args{"process", dir.file("in.wav"), dir.file("out.wav"), "--chain", "alc"};
+    const RunResult shown = runQuorvex(args, terminal);
+    ASSERT_EQ(shown.status, 0);
+    EXPECT_NE(shown.err.find("100%"), std::string::npos) << shown.err;
+    EXPECT_NE(shown.err.find("x realtime"), std::string::npos) << shown.err;
+
+    std::vector<std::string> quiet = args;
+    quiet.push_back("--quiet");
+    const RunResult hidden = runQuorvex(quiet, terminal);
+    ASSERT_EQ(hidden.status, 0);
+    EXPECT_EQ(hidden.err, "");
+}
+
 // A float source may go over full scale; the level control brings it back.
 TEST(CliProcess, LevelControlKeepsAnOverloadedSourceWithinFullScale) {
     ScratchDir dir;
