@@ -41,6 +41,15 @@ ParamSpec pathParam(std::string key, std::string help) {
     return makeSpec(std::move(key), ParamKind::Path, "", std::move(help));
 }
 
+ParamSpec depthParam(std::vector<std::string> depths) {
+    depths.insert(depths.begin(), "same");
+    return choiceParam("bits", std::move(depths), "output depth");
+}
+
+int chosenDepth(const ParamValues& values, const StreamFormat& input) {
+    return values.text("bits") == "same" ? input.bits : std::stoi(values.text("bits"));
+}
+
 void ParamValues::set(const std::string& key, std::string text, double number, bool given) {
     values[key] = Value{std::move(text), number, given};
 }

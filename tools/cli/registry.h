@@ -39,6 +39,8 @@ ParamSpec numberParam(std::string key, double min, double max, std::string unit,
 ParamSpec choiceParam(std::string key, std::vector<std::string> choices, std::string help);
 ParamSpec switchParam(std::string key, std::string defaultValue, std::string help);
 ParamSpec pathParam(std::string key, std::string help);
+// "bits": the output depth of a converter, "same" as its input or one of `depths`.
+ParamSpec depthParam(std::vector<std::string> depths);
 
 // The checked settings of one chain entry, with defaults for what was not given.
 class ParamValues {
@@ -98,6 +100,9 @@ struct FilterRegistration {
 // Every registered entry, ordered by name.
 const std::vector<FilterEntry>& filterRegistry();
 const FilterEntry* findFilter(const std::string& name);
+
+// The depth a depthParam asks for, given the converter's input.
+int chosenDepth(const ParamValues& values, const StreamFormat& input);
 
 // Throws unless the stream's rate is one of `rates`; `hint` ends the message.
 void requireRate(const std::string& filter, const StreamFormat& input, std::vector<int> rates,

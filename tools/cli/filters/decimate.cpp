@@ -6,7 +6,7 @@ namespace {
 constexpr int kCentreTap = 32;  // a linear-phase FIR delays by half its length
 
 BuiltFilter build(const ParamValues& values, const StreamFormat& input) {
-    const int bits = values.text("bits") == "same" ? input.bits : std::stoi(values.text("bits"));
+    const int bits = chosenDepth(values, input);
     return {std::make_unique<DownSamplingFilter>(input.bits, bits), StreamFormat{input.rate / 2, bits},
             static_cast<double>(kCentreTap) / input.rate};
 }
@@ -18,7 +18,7 @@ const FilterRegistration registration({
     "filter history",
     "",
     {
-        choiceParam("bits", {"same", "16", "24", "32"}, "output depth"),
+        depthParam({"16", "24", "32"}),
     },
     build,
 });

@@ -5,13 +5,9 @@
 
 namespace {
 
-int outputBits(const ParamValues& values, const StreamFormat& input) {
-    return values.text("bits") == "same" ? input.bits : std::stoi(values.text("bits"));
-}
-
 BuiltIntegerFilter build(const ParamValues& values, const StreamFormat& input) {
     const StreamFormat output{values.given("rate") ? static_cast<int>(values.number("rate")) : 2 * input.rate,
-                              outputBits(values, input)};
+                              chosenDepth(values, input)};
     const bool copies = output.rate == input.rate && output.bits == input.bits;
     if (!copies && (input.bits == 32 || output.bits == 32))
         throw CliError("hold changes rate and depth of 16- and 24-bit PCM only; this source is " +
@@ -28,7 +24,7 @@ const FilterRegistration registration([] {
         "rate",
         {
             numberParam("rate", 8000, 384000, "Hz", "", "output rate (default: twice the input rate)"),
-            choiceParam("bits", {"same", "16", "24"}, "output depth"),
+            depthParam({"16", "24"}),
         },
         nullptr,
     };

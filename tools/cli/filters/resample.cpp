@@ -24,7 +24,7 @@ BuiltFilter build(const ParamValues& values, const StreamFormat& input) {
         throw CliError("resample: " + std::to_string(input.rate) + " and " + std::to_string(rate) +
                        " Hz have no common multiple within 1023 multiples of the higher rate; "
                        "choose a rounder rate");
-    const int bits = values.text("bits") == "same" ? input.bits : std::stoi(values.text("bits"));
+    const int bits = chosenDepth(values, input);
     return {std::make_unique<ReSamplingFilter>(input.rate, input.bits, rate, bits), StreamFormat{rate, bits},
             kHalfLength / static_cast<double>(multiple)};
 }
@@ -37,7 +37,7 @@ const FilterRegistration registration({
     "rate",
     {
         numberParam("rate", 8000, 384000, "Hz", "48000", "output rate"),
-        choiceParam("bits", {"same", "16", "24", "32"}, "output depth"),
+        depthParam({"16", "24", "32"}),
     },
     build,
 });
