@@ -42,6 +42,13 @@ bool logShowsShortAudioChunk(SNDFILE* file) {
     return false;
 }
 
+std::string formatName(int format) {
+    SF_FORMAT_INFO query{};
+    query.format = format;
+    sf_command(nullptr, SFC_GET_FORMAT_INFO, &query, sizeof query);
+    return query.name ? query.name : "unknown";
+}
+
 // Integer PCM as libsndfile hands it over: left-justified in 32 bits.
 void packSample(int32_t sample, int bits, unsigned char* bytes) {
     const uint32_t value = static_cast<uint32_t>(sample) >> (32 - bits);
@@ -82,17 +89,6 @@ int InputFile::integerBits() const {
     }
 }
 
-namespace {
-
-std::string formatName(int format) {
-    SF_FORMAT_INFO query{};
-    query.format = format;
-    sf_command(nullptr, SFC_GET_FORMAT_INFO, &query, sizeof query);
-    return query.name ? query.name : "unknown";
-}
-
-}  // namespace
-
 std::string InputFile::describeContainer() const {
     return formatName(sfInfo.format & SF_FORMAT_TYPEMASK);
 }
@@ -127,11 +123,11 @@ sf_count_t InputFile::readStereo(double* samples, sf_count_t frames) {
 
 sf_count_t InputFile::readStereoPcm(unsigned char* bytes, sf_count_t frames, int bits) {
     const size_t needed = static_cast<size_t>(frames * sfInfo.channels);
-    if (widened.size() < needed) widened.resize(needed);
-    const sf_count_t got = counted(sf_readf_int(file, widened.data(), frames));
+    if (stored.size() < needed) stored.resize(needed);
+    const sf_count_t got = counted(sf_readf_int(file, stored.data(), frames));
     const int width = bits / 8;
     for (sf_count_t f = 0; f < got; ++f) {
-        const int* frame = &widened[static_cast<size_t>(f * sfInfo.channels)];
+        const int* frame = &stored[static_cast<size_t>(f * sfInfo.channels)];
         packSample(frame[0], bits, bytes + (2 * f) * width);
         packSample(frame[sfInfo.channels - 1], bits, bytes + (2 * f + 1) * width);
     }

@@ -45,7 +45,7 @@ private:
     SF_INFO sfInfo{};
     SNDFILE* file = nullptr;
     sf_count_t framesRead = 0;
-    std::vector<int> widened;
+    std::vector<int> stored;  // integer frames as the file holds them
 };
 
 // Sample encodings an output file can be asked for.
