@@ -26,14 +26,13 @@ bool takeOption(const Arguments& args, size_t& i, const std::string& name, std::
 
 ProcessRequest parseArguments(const Arguments& args) {
     ProcessRequest request;
-    bool quiet = false;
     bool chainGiven = false;
     std::vector<std::string> paths;
     for (size_t i = 0; i < args.size(); ++i) {
         if (takeOption(args, i, "--chain", request.chain) || takeOption(args, i, "-c", request.chain))
             chainGiven = true;
         else if (takeOption(args, i, "--bits", request.bits)) continue;
-        else if (args[i] == "--quiet" || args[i] == "-q") quiet = true;
+        else if (args[i] == "--quiet" || args[i] == "-q") request.quiet = true;
         else if (args[i].size() > 1 && args[i][0] == '-')
             throw UsageError("process: unknown option '" + args[i] + "'");
         else paths.push_back(args[i]);
@@ -43,8 +42,7 @@ ProcessRequest parseArguments(const Arguments& args) {
     if (!chainGiven) throw UsageError("process: --chain is missing ('quorvex list' shows the filters)");
     request.input = paths[0];
     request.output = paths[1];
-    request.quiet = quiet;
-    request.showProgress = !quiet && isatty(STDERR_FILENO);
+    request.showProgress = !request.quiet && isatty(STDERR_FILENO);
     return request;
 }
 
