@@ -55,6 +55,8 @@ double parseNumber(const std::string& filter, const ParamSpec& spec, const std::
     const double value = std::strtod(digits.c_str(), &end) * scale;
     if (digits.empty() || *end != '\0' || !std::isfinite(value))
         throw UsageError(filter + ": " + spec.key + "=" + text + " is not a number");
+    if (spec.whole && value != std::floor(value))
+        throw UsageError(filter + ": " + spec.key + "=" + text + " must be a whole number");
     if (value < spec.min || value > spec.max)
         throw UsageError(filter + ": " + spec.key + "=" + text + " is out of range: " +
                          spec.key + " takes " + rangeText(spec));

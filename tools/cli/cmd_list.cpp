@@ -37,7 +37,7 @@ void printEntry(const FilterEntry& entry) {
         const std::string syntax = spec.key + "=" + valueSyntax(spec);
         const std::string fallback =
             spec.defaultValue.empty() ? "" : " (default " + spec.defaultValue + ")";
-        std::printf("    %-28s %s%s\n", syntax.c_str(), spec.help.c_str(), fallback.c_str());
+        std::printf("    %-30s %s%s\n", syntax.c_str(), spec.help.c_str(), fallback.c_str());
     }
 }
 

@@ -27,6 +27,14 @@ ParamSpec numberParam(std::string key, double min, double max, std::string unit,
     return spec;
 }
 
+ParamSpec wholeParam(std::string key, double min, double max, std::string unit,
+                     std::string defaultValue, std::string help) {
+    ParamSpec spec = numberParam(std::move(key), min, max, std::move(unit), std::move(defaultValue),
+                                 std::move(help));
+    spec.whole = true;
+    return spec;
+}
+
 ParamSpec choiceParam(std::string key, std::vector<std::string> choices, std::string help) {
     ParamSpec spec = makeSpec(std::move(key), ParamKind::Choice, choices.front(), std::move(help));
     spec.choices = std::move(choices);

@@ -30,12 +30,16 @@ struct ParamSpec {
     std::string help;
     double min = 0.0;  // Number only
     double max = 0.0;
+    bool whole = false;  // Number only: no fraction allowed
     std::string unit;                  // Number only: "dB", "Hz", ...
     std::vector<std::string> choices;  // Choice only
 };
 
 ParamSpec numberParam(std::string key, double min, double max, std::string unit,
                       std::string defaultValue, std::string help);
+// A number without fraction: a rate, a length in samples.
+ParamSpec wholeParam(std::string key, double min, double max, std::string unit,
+                     std::string defaultValue, std::string help);
 ParamSpec choiceParam(std::string key, std::vector<std::string> choices, std::string help);
 ParamSpec switchParam(std::string key, std::string defaultValue, std::string help);
 ParamSpec pathParam(std::string key, std::string help);

@@ -23,7 +23,7 @@ const FilterRegistration registration([] {
         "",
         "rate",
         {
-            numberParam("rate", 8000, 384000, "Hz", "", "output rate (default: twice the input rate)"),
+            wholeParam("rate", 8000, 384000, "Hz", "", "output rate (default: twice the input rate)"),
             depthParam({"16", "24"}),
         },
         nullptr,

@@ -36,7 +36,7 @@ const FilterRegistration registration({
     "converter (filter table and input history)",
     "rate",
     {
-        numberParam("rate", 8000, 384000, "Hz", "48000", "output rate"),
+        wholeParam("rate", 8000, 384000, "Hz", "48000", "output rate"),
         depthParam({"16", "24", "32"}),
     },
     build,
