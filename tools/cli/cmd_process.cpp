@@ -52,8 +52,9 @@ int runProcess(const Arguments& args) {
     const ProcessRequest request = parseArguments(args);
     const ProcessResult result = processFile(request);
     if (result.clippedSamples > 0 && !request.quiet)
-        std::fprintf(stderr, "quorvex: warning: %lld samples went over full scale and were clipped "
-                     "(alc at the end of the chain keeps them in range)\n", result.clippedSamples);
+        std::fprintf(stderr, "quorvex: warning: clipped %lld %s over full scale "
+                     "(alc at the end of the chain keeps the output in range)\n", result.clippedSamples,
+                     result.clippedSamples == 1 ? "sample" : "samples");
     if (request.showProgress)
         std::fprintf(stderr, "%s -> %s -> %s (%d Hz, %s), %.1f s of audio in %.2f s\n",
                      request.input.c_str(), result.chainName.c_str(), request.output.c_str(),

@@ -147,7 +147,7 @@ TEST(CliProcess, OversOnTheWayToIntegersAreClippedNotWrapped) {
     const RunResult run =
         runQuorvex({"process", dir.file("in.wav"), dir.file("out.wav"), "--chain", "eq:400=+12"});
     ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_NE(run.err.find("samples went over full scale and were clipped"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("samples over full scale"), std::string::npos) << run.err;
 
     const Audio in = readAudio(dir.file("in.wav"));
     const Audio out = readAudio(dir.file("out.wav"));
