@@ -187,6 +187,15 @@ private:
     std::vector<unsigned char> out;
 };
 
+// The integer adapter's output buffer, which a composition's intermediate
+// buffers copy, holds twice the output block; a chain that raises the rate
+// further between its filters (velmo, then resample down) cannot run inside
+// it and takes the double road instead.
+bool adapterHoldsChain(Chain& chain) {
+    return chain.integerFilter() != nullptr ||
+           chain.widestRateRatio() <= 2.0 * chain.output().rate / chain.input().rate;
+}
+
 SampleEncoding outputEncoding(const ProcessRequest& request, const InputFile& in, Chain& chain) {
     if (!request.bits.empty()) return parseEncoding(request.bits);
     if (in.integerBits() != 0) return encodingForBits(chain.output().bits);
@@ -214,8 +223,10 @@ ProcessResult processFile(const ProcessRequest& request) {
 
     std::unique_ptr<BlockRunner> runner;
     const int blockFrames = chain.wholeBlockFrames(kMostBlockFrames);
-    if (in.integerBits() != 0) runner = std::make_unique<IntegerRunner>(chain, blockFrames);
-    else runner = std::make_unique<DoubleRunner>(chain, blockFrames, encoding != SampleEncoding::Float);
+    if (in.integerBits() != 0 && adapterHoldsChain(chain))
+        runner = std::make_unique<IntegerRunner>(chain, blockFrames);
+    else
+        runner = std::make_unique<DoubleRunner>(chain, blockFrames, encoding != SampleEncoding::Float);
     Progress progress(request.showProgress, in.info().frames, in.info().samplerate);
     long long framesIn = 0;
     while (const long long frames = runner->read(in)) {

@@ -177,6 +177,20 @@ TEST(CliProcess, ProgressShowsOnATerminalUnlessQuiet) {
     EXPECT_EQ(hidden.err, "");
 }
 
+// The integer adapter's buffers hold twice the output; a chain that goes
+// higher in between still runs.
+TEST(CliProcess, ChainRisingAboveTwiceItsOutputRateRunsOnIntegerSources) {
+    ScratchDir dir;
+    writeAudio(dir.file("in.wav"), SF_FORMAT_WAV | SF_FORMAT_PCM_16, 48000, 2, musicLike(48000, 2, 48000));
+    const RunResult run = runQuorvex(
+        {"process", dir.file("in.wav"), dir.file("out.wav"), "--chain", "velmo resample:44100"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    const Audio out = readAudio(dir.file("out.wav"));
+    EXPECT_EQ(out.info.format, SF_FORMAT_WAV | SF_FORMAT_PCM_24);
+    EXPECT_EQ(out.info.samplerate, 44100);
+    EXPECT_EQ(out.info.frames, 44100);
+}
+
 // A float source may go over full scale; the level control brings it back.
 TEST(CliProcess, LevelControlKeepsAnOverloadedSourceWithinFullScale) {
     ScratchDir dir;
