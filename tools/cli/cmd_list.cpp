@@ -54,9 +54,12 @@ process   reads IN, runs it through CHAIN and writes OUT (.wav, .flac or .aiff).
           OUT gets the rate and depth the chain produces (twice the rate and
           24 bits after velmo; the fixed rate after resample) unless --bits
           asks for another depth. Integer sources take the library's integer
-          road; float sources stay doubles. Mono input comes out as stereo.
-          OUT appears only when everything went well; IN is never changed.
-          A progress bar shows on stderr when it is a terminal (--quiet: none).
+          road (unless the chain rises above twice its output rate on the
+          way); float sources stay doubles. Mono input comes out as stereo.
+          Samples over full scale are clipped on the way to integers, with a
+          warning. OUT appears only when everything went well; IN is never
+          changed. A progress bar shows on stderr when it is a terminal
+          (--quiet: none, and no warnings).
 info      format, rate, depth, channels, length, peak and RMS level of FILE.
 list      every filter with its parameters, ranges, defaults and rates.
 demo      synthesises a test signal, runs it through an equalizer and the
