@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <numeric>
 #include <sstream>
@@ -14,12 +13,6 @@
 namespace {
 
 constexpr size_t kMaxChainLength = 10;  // the most filters one composition holds
-
-std::string formatNumber(double value) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%g", value);
-    return text;
-}
 
 std::string lowercase(std::string text) {
     for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
@@ -34,11 +27,6 @@ std::string joined(const std::vector<std::string>& words) {
     std::string text;
     for (const std::string& word : words) text += (text.empty() ? "" : ", ") + word;
     return text;
-}
-
-std::string rangeText(const ParamSpec& spec) {
-    std::string text = formatNumber(spec.min) + " to " + formatNumber(spec.max);
-    return spec.unit.empty() ? text : text + " " + spec.unit;
 }
 
 // A number with an optional unit after it ("+3", "-2dB", "48k", "48000Hz").

@@ -9,12 +9,7 @@ namespace {
 
 std::string valueSyntax(const ParamSpec& spec) {
     switch (spec.kind) {
-        case ParamKind::Number: {
-            char range[96];
-            std::snprintf(range, sizeof range, "%g to %g%s%s", spec.min, spec.max,
-                          spec.unit.empty() ? "" : " ", spec.unit.c_str());
-            return range;
-        }
+        case ParamKind::Number: return rangeText(spec);
         case ParamKind::Choice: {
             std::string text;
             for (const std::string& choice : spec.choices) text += (text.empty() ? "" : "|") + choice;

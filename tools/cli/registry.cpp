@@ -3,6 +3,7 @@
 #include "error.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 
 namespace {
@@ -56,6 +57,13 @@ ParamSpec depthParam(std::vector<std::string> depths) {
 
 int chosenDepth(const ParamValues& values, const StreamFormat& input) {
     return values.text("bits") == "same" ? input.bits : std::stoi(values.text("bits"));
+}
+
+std::string rangeText(const ParamSpec& spec) {
+    char text[96];
+    std::snprintf(text, sizeof text, "%g to %g%s%s", spec.min, spec.max, spec.unit.empty() ? "" : " ",
+                  spec.unit.c_str());
+    return text;
 }
 
 void ParamValues::set(const std::string& key, std::string text, double number, bool given) {

@@ -46,6 +46,9 @@ ParamSpec pathParam(std::string key, std::string help);
 // "bits": the output depth of a converter, "same" as its input or one of `depths`.
 ParamSpec depthParam(std::vector<std::string> depths);
 
+// "MIN to MAX UNIT" of a number parameter.
+std::string rangeText(const ParamSpec& spec);
+
 // The checked settings of one chain entry, with defaults for what was not given.
 class ParamValues {
 public:
