@@ -9,6 +9,10 @@
 
 #include "rate/velmo/VelmoModel.h"
 #include "rate/velmo/VelmoTables.h"
+#include "support/ParamBlock.h"
+
+using testing_filters::Bytes;
+using testing_filters::storedBlock;
 
 // Every case runs in a fresh process (CTest), where all history is zero.
 
@@ -74,40 +78,24 @@ bool startsWith(const std::vector<double>& y, const std::vector<double>& head) {
 TEST(UpSamplingFilterParams, DefaultBlockAndRejectedBlocks) {
     UpSamplingFilter f;
     const Block defaults = stored(f);
-    const unsigned char expected[20] = {0x43, 0x4C, 0x56, 0x6D, 20, 0, 0, 0,    0,    0,
-                                        0,    0,    1,    0,    0, 0, 0x6D, 0x56, 0x4C, 0x43};
-    EXPECT_EQ(std::memcmp(defaults.b, expected, 20), 0);
+    EXPECT_EQ(storedBlock(f, kId, 20), (Bytes{0x43, 0x4C, 0x56, 0x6D, 20, 0, 0, 0, 0, 0, 0, 0, 1, 0,
+                                             0, 0, 0x6D, 0x56, 0x4C, 0x43}));
     EXPECT_STREQ(f.getName(), "Velmo");
     EXPECT_FALSE(f.useUpSampler32());
-    EXPECT_EQ(f.getParamData(kId + 1, nullptr, 20), 0);
-    EXPECT_EQ(f.getParamData(kId, Block().b, 19), -1);
-    EXPECT_EQ(f.getParamData(kId, nullptr, 20), -1);
 
     const Block good = Block(defaults).flags(1, 1).put(12, 2);
-    EXPECT_EQ(f.setParamData(kId + 1, good.b, 20), 0);
-    EXPECT_EQ(f.setParamData(kId, good.b, 19), -1);
-    EXPECT_EQ(f.setParamData(kId, nullptr, 20), -1);
-    EXPECT_EQ(f.setParamData(kId, Block(good).put(0, 0x6D564C44).b, 20), -1);
-    EXPECT_EQ(f.setParamData(kId, Block(good).put(4, 24).b, 20), -1);
-    EXPECT_EQ(f.setParamData(kId, Block(good).put(16, 0x6D564C43).b, 20), -1);
-    EXPECT_EQ(f.setParamData(kId, Block(good).put(12, 0).b, 20), -1);
-    EXPECT_EQ(f.setParamData(kId, Block(good).put(12, 3).b, 20), -1);
+    for (const Block& bad : {Block(good).put(4, 24), Block(good).put(16, 0x6D564C43),
+                             Block(good).put(12, 0), Block(good).put(12, 3)})
+        EXPECT_EQ(f.setParamData(kId, bad.b, 20), -1);
     EXPECT_TRUE(stored(f) == defaults);
-    EXPECT_EQ(f.setParamData(kId, good.b, -1), 20);  // the size is compared unsigned
+    testing_filters::expectBlockChecks(f, kId, kId + 1, Bytes(good.b, good.b + 20));
     EXPECT_TRUE(stored(f) == good);
 }
 
-TEST(UpSamplingFilterParams, ReservedBytesAloneAreNotStored) {
-    UpSamplingFilter f;
-    Block b = stored(f).reserved(0x5A);
-    EXPECT_EQ(f.setParamData(kId, b.b, 20), 20);
-    EXPECT_EQ(stored(f).b[10], 0);
-    EXPECT_EQ(f.setParamData(kId, b.flags(3).b, 20), 20);
-    EXPECT_TRUE(stored(f) == b);  // a real change stores every byte
-}
-
 // Enabled at 32 kHz still interpolates plainly, on a line that a reset
-// clears: the second block shows whether the parameter call reset.
+// clears: the second block shows whether the parameter call reset. A block
+// that differs in its reserved bytes alone is neither stored nor a reset; a
+// real change stores every byte.
 TEST(UpSamplingFilterParams, OnlyARealChangeResets) {
     UpSamplingFilter f;
     const std::vector<double> first = velmo_model::noise(64, 1), second = velmo_model::noise(64, 2);
@@ -117,14 +105,16 @@ TEST(UpSamplingFilterParams, OnlyARealChangeResets) {
     const std::vector<double> continued(whole.begin() + 128, whole.end());
     const std::vector<double> restarted = interpolated(second);
 
-    const Block on1 = stored(f).flags(1), on2 = stored(f).flags(2);
+    const Block on1 = stored(f).flags(1), on2 = Block(on1).reserved(0xFF).flags(2);
     EXPECT_EQ(f.setParamData(kId, on1.b, 20), 20);
     run(f, first, 32000, 16);
     EXPECT_EQ(f.setParamData(kId, Block(on1).reserved(0xFF).b, 20), 20);
+    EXPECT_TRUE(stored(f) == on1);
     EXPECT_TRUE(startsWith(run(f, second, 32000, 16), continued));
 
     run(f, first, 32000, 16);
     EXPECT_EQ(f.setParamData(kId, on2.b, 20), 20);  // still on, yet a change
+    EXPECT_TRUE(stored(f) == on2);
     EXPECT_TRUE(startsWith(run(f, second, 32000, 16), restarted));
 
     run(f, first, 32000, 16);
