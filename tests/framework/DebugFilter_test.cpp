@@ -26,7 +26,6 @@ TEST(DebugFilter, BehavesExactlyLikeTheBareLevelControl) {
     const int perSample = 1;
     std::memcpy(block + 8, &perSample, 4);
     EXPECT_EQ(debug.setParamData(0x70414C43, block, 19), -1);
-    EXPECT_EQ(debug.setParamData(0x70000001, block, 20), 0);
     EXPECT_EQ(debug.setParamData(0x70414C43, block, 20), 20);
     ASSERT_EQ(bare.setParamData(0x70414C43, block, 20), 20);
 
