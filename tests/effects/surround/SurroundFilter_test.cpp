@@ -85,8 +85,7 @@ TEST(SurroundParams, DefaultBlockAndChecks) {
     EXPECT_TRUE(sameBytes(blockOf(f), p));
 }
 
-// Hall lengths from 17 to their maximum, gains in [0, 1]: a refused value
-// leaves the stored block as it was.
+// Hall lengths run from 17 to their maximum, gains from 0 to 1.
 TEST(SurroundParams, LengthAndGainLimits) {
     SurroundFilter f;
     const SurroundConfigParams base = blockOf(f);
@@ -96,33 +95,27 @@ TEST(SurroundParams, LengthAndGainLimits) {
     } lengths[] = {{&SurroundConfigParams::hall_m1, 8456},
                    {&SurroundConfigParams::hall_m2, 7708},
                    {&SurroundConfigParams::hall_m3, 5460}};
-    for (const auto& limit : lengths) {
-        for (int32_t m : {17, limit.max, 16, limit.max + 1, 0, -17}) {
-            SurroundConfigParams p = base;
-            p.*limit.field = m;
-            const SurroundConfigParams before = blockOf(f);
-            const bool ok = m >= 17 && m <= limit.max;
-            EXPECT_EQ(f.setParamData(kId, &p, kSize), ok ? kSize : -1) << m;
-            EXPECT_TRUE(sameBytes(blockOf(f), ok ? p : before)) << m;
-        }
-    }
+    // An accepted value is stored; a refused one leaves the block as it was.
+    auto check = [&](auto field, auto value, bool ok) {
+        SurroundConfigParams p = base;
+        p.*field = value;
+        const SurroundConfigParams before = blockOf(f);
+        EXPECT_EQ(f.setParamData(kId, &p, kSize), ok ? kSize : -1) << value;
+        if (ok) EXPECT_EQ(blockOf(f).*field, value);
+        else EXPECT_TRUE(sameBytes(blockOf(f), before)) << value;
+    };
+    for (const auto& limit : lengths)
+        for (int32_t m : {17, limit.max, 16, limit.max + 1, 0, -17})
+            check(limit.field, m, m >= 17 && m <= limit.max);
     using Gain = double SurroundConfigParams::*;
     for (Gain gain : {&SurroundConfigParams::hall_ga1, &SurroundConfigParams::hall_ga2,
                       &SurroundConfigParams::egain_hall, &SurroundConfigParams::egain_natural,
                       &SurroundConfigParams::egain_wide, &SurroundConfigParams::egain_3d,
                       &SurroundConfigParams::egain_echo, &SurroundConfigParams::ga_live,
                       &SurroundConfigParams::gc_live, &SurroundConfigParams::ga_3d,
-                      &SurroundConfigParams::gm_3d}) {
-        for (double g : {0.0, 1.0, -0.0, 1.0000001, -0.1, kNaN, -HUGE_VAL}) {
-            SurroundConfigParams p = base;
-            p.*gain = g;
-            const SurroundConfigParams before = blockOf(f);
-            const bool ok = g >= 0.0 && g <= 1.0;
-            EXPECT_EQ(f.setParamData(kId, &p, kSize), ok ? kSize : -1) << g;
-            if (ok) EXPECT_EQ(blockOf(f).*gain, g);
-            else EXPECT_TRUE(sameBytes(blockOf(f), before)) << g;
-        }
-    }
+                      &SurroundConfigParams::gm_3d})
+        for (double g : {0.0, 1.0, -0.0, 1.0000001, -0.1, kNaN, -HUGE_VAL})
+            check(gain, g, g >= 0.0 && g <= 1.0);
 }
 
 // The mode and the enabled byte are not range checked; blocks are compared
