@@ -84,7 +84,8 @@ TEST(ALCLinked, GainFallsPerFrameAndRecoversPerBlock) {
     EXPECT_EQ(run(f, {0.5, 0.5})[0], 0.5 * (0.25 + 4 * 0.01));
 
     configure(f, block(2, 0.01));
-    EXPECT_EQ(run(f, {2.0, 0.0, 0.5, 0.5, 3.0}), (std::vector<double>{1.0, 0.0, 0.25, 0.25, -123.0}));
+    EXPECT_EQ(run(f, {2.0, 0.0, 0.5, 0.5, 3.0}),
+              (std::vector<double>{1.0, 0.0, 0.25, 0.25, -123.0}));
     EXPECT_EQ(run(f, {0.5, 0.5})[0], 0.5 * (0.5 + 5 * 0.01));
 
     configure(f, block(2, 0.0));
