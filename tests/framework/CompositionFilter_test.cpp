@@ -38,13 +38,10 @@ TEST(CompositionFilter, StartsWithOneDoublePlaceholders) {
     ProbeFilter a, b;
     CompositionFilter cf(&a, &b);
     for (const RealAudioBuffer* s : {Probe::scratchA(cf), Probe::scratchB(cf)}) {
-        EXPECT_TRUE(s->ownsData);
-        EXPECT_NE(s->data, nullptr);
-        EXPECT_EQ(s->capacity, 1);
-        EXPECT_EQ(s->length, 0);
-        EXPECT_EQ(s->channels, 2);
-        EXPECT_EQ(s->sampleRate, 44100);
-        EXPECT_EQ(s->bitsPerSample, 16);
+        EXPECT_TRUE(s->ownsData && s->data != nullptr);
+        EXPECT_EQ((std::vector<int>{s->capacity, s->length, s->channels, s->sampleRate,
+                                    s->bitsPerSample}),
+                  (std::vector<int>{1, 0, 2, 44100, 16}));
     }
     EXPECT_NE(Probe::scratchA(cf), Probe::scratchB(cf));
 }

@@ -4,27 +4,24 @@
 
 #include <climits>
 #include <memory>
+#include <vector>
 
 namespace {
 
-void expectShape(const RealAudioBuffer& b, bool owns, int capacity, int length, int channels,
-                 int rate, int bits) {
+void expectShape(const RealAudioBuffer& b, bool owns, std::vector<int> shape) {
     EXPECT_EQ(b.ownsData, owns);
-    EXPECT_EQ(b.capacity, capacity);
-    EXPECT_EQ(b.length, length);
-    EXPECT_EQ(b.channels, channels);
-    EXPECT_EQ(b.sampleRate, rate);
-    EXPECT_EQ(b.bitsPerSample, bits);
+    EXPECT_EQ((std::vector<int>{b.capacity, b.length, b.channels, b.sampleRate, b.bitsPerSample}),
+              shape);
 }
 
 }  // namespace
 
 TEST(RealAudioBuffer, ConstructorsGiveTheLibraryShape) {
     RealAudioBuffer none;
-    expectShape(none, false, 0, 0, 2, 0, 0);
+    expectShape(none, false, {0, 0, 2, 0, 0});
     EXPECT_EQ(none.data, nullptr);
     RealAudioBuffer owned(16, 48000, 24);
-    expectShape(owned, true, 16, 0, 2, 48000, 24);
+    expectShape(owned, true, {16, 0, 2, 48000, 24});
     owned.data[15] = 1.0;  // the whole array is usable (ASan checks the bound)
     // A negative size or more doubles than an int byte count can express.
     for (int capacity : {-1, INT_MAX / 8 + 1}) {
@@ -42,7 +39,7 @@ TEST(RealAudioBuffer, CopyOwnsAnArrayAsLargeAsTheSourceAndLeavesItAlone) {
         EXPECT_FALSE(view.ownsData);
         std::unique_ptr<RealAudioBuffer> copy(view.copyBuffer());
         ASSERT_NE(copy, nullptr);
-        expectShape(*copy, true, 8, 3, 1, 44100, 16);
+        expectShape(*copy, true, {8, 3, 1, 44100, 16});
         EXPECT_NE(copy->data, samples);
         EXPECT_EQ(copy->data[1], -0.5);
         EXPECT_EQ(copy->data[2], 1.0);
