@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
@@ -26,11 +25,11 @@ struct Block {
     std::vector<double> samples;
     RealAudioBuffer in;
     RealAudioBuffer out;
-    Block(std::vector<double> x, int capacity, int rate = 44100, int bits = 16)
+    Block(std::vector<double> x, int capacity)
         : samples(std::move(x)),
           in(samples.data(), static_cast<int>(samples.size()), static_cast<int>(samples.size()),
-             rate, bits),
-          out(capacity, rate, bits) {}
+             44100, 16),
+          out(capacity, 44100, 16) {}
 };
 
 }  // namespace
@@ -39,49 +38,39 @@ TEST(CompositionFilter, StartsWithOneDoublePlaceholders) {
     ProbeFilter a, b;
     CompositionFilter cf(&a, &b);
     for (const RealAudioBuffer* s : {Probe::scratchA(cf), Probe::scratchB(cf)}) {
-        EXPECT_TRUE(s->ownsData);
-        EXPECT_NE(s->data, nullptr);
-        EXPECT_EQ(s->capacity, 1);
-        EXPECT_EQ(s->length, 0);
-        EXPECT_EQ(s->channels, 2);
-        EXPECT_EQ(s->sampleRate, 44100);
-        EXPECT_EQ(s->bitsPerSample, 16);
+        EXPECT_TRUE(s->ownsData && s->data != nullptr);
+        EXPECT_EQ((std::vector<int>{s->capacity, s->length, s->channels, s->sampleRate,
+                                    s->bitsPerSample}),
+                  (std::vector<int>{1, 0, 2, 44100, 16}));
     }
     EXPECT_NE(Probe::scratchA(cf), Probe::scratchB(cf));
 }
 
-TEST(CompositionFilter, TwoDoublersMultiplyByFourThroughScratchA) {
-    ProbeFilter a, b;
-    a.gain = b.gain = 2.0;
-    CompositionFilter cf(&a, &b);
-    Block blk({0.125, -0.25, 0.0625, 0.01}, 8);
-    ASSERT_EQ(cf.process(&blk.in, &blk.out), 0);
-    ASSERT_EQ(blk.out.length, 4);
-    EXPECT_EQ(blk.out.data[0], 0.5);
-    EXPECT_EQ(blk.out.data[1], -1.0);
-    EXPECT_EQ(blk.out.data[2], 0.25);
-    EXPECT_EQ(blk.out.data[3], 0.04);
-    EXPECT_EQ(a.lastIn, &blk.in);
-    EXPECT_EQ(a.lastOut, Probe::scratchA(cf));
-    EXPECT_EQ(b.lastIn, Probe::scratchA(cf));
-    EXPECT_EQ(b.lastOut, &blk.out);
-}
-
-TEST(CompositionFilter, MembersAlternateBetweenTheScratchBuffers) {
+// The first member reads the input, the last writes the output, and the ones
+// between alternate from scratch A to scratch B.
+TEST(CompositionFilter, MembersChainThroughAlternatingScratchBuffers) {
     ProbeFilter f0, f1, f2, f3;
-    CompositionFilter three(&f0, &f1, &f2);
-    Block blk({0.5, 0.5}, 4);
-    ASSERT_EQ(three.process(&blk.in, &blk.out), 0);
-    EXPECT_EQ(f0.lastOut, Probe::scratchA(three));
-    EXPECT_EQ(f1.lastIn, Probe::scratchA(three));
-    EXPECT_EQ(f1.lastOut, Probe::scratchB(three));
-    EXPECT_EQ(f2.lastIn, Probe::scratchB(three));
-    EXPECT_EQ(f2.lastOut, &blk.out);
+    f0.gain = f1.gain = 2.0;
+    CompositionFilter two(&f0, &f1);
+    Block blk({0.125, -0.25, 0.0625, 0.01}, 8);
+    ASSERT_EQ(two.process(&blk.in, &blk.out), 0);
+    EXPECT_EQ(std::vector<double>(blk.out.data, blk.out.data + blk.out.length),
+              (std::vector<double>{0.5, -1.0, 0.25, 0.04}));
+    EXPECT_EQ(f0.lastIn, &blk.in);
+    EXPECT_EQ(f0.lastOut, Probe::scratchA(two));
+    EXPECT_EQ(f1.lastIn, Probe::scratchA(two));
+    EXPECT_EQ(f1.lastOut, &blk.out);
 
     CompositionFilter four(&f0, &f1, &f2, &f3);
     ASSERT_EQ(four.process(&blk.in, &blk.out), 0);
-    EXPECT_EQ(f2.lastOut, Probe::scratchA(four));
-    EXPECT_EQ(f3.lastIn, Probe::scratchA(four));
+    const RealAudioBuffer* a = Probe::scratchA(four);
+    const RealAudioBuffer* b = Probe::scratchB(four);
+    EXPECT_EQ(f0.lastOut, a);
+    EXPECT_EQ(f1.lastIn, a);
+    EXPECT_EQ(f1.lastOut, b);
+    EXPECT_EQ(f2.lastIn, b);
+    EXPECT_EQ(f2.lastOut, a);
+    EXPECT_EQ(f3.lastIn, a);
     EXPECT_EQ(f3.lastOut, &blk.out);
 }
 
@@ -106,30 +95,26 @@ TEST(CompositionFilter, PreparesEveryTargetWithTheOutputFormat) {
     EXPECT_EQ(out.channels, 2);       // the output's is the caller's
 }
 
-TEST(CompositionFilter, StopsAtTheFirstFailingMember) {
+TEST(CompositionFilter, FailingOrOverflowingMemberStopsTheChain) {
     ProbeFilter a, b, c;
     a.failWith = -1;
     CompositionFilter cf(&a, &b, &c);
-    Block blk({0.5, 0.5}, 4);
+    Block blk({0.5, 0.5, 0.5, 0.5}, 4);
     blk.out.length = 3;
     EXPECT_EQ(cf.process(&blk.in, &blk.out), -1);
     EXPECT_EQ(blk.out.length, 3);
     EXPECT_EQ(b.processCalls, 0);
-    EXPECT_EQ(c.processCalls, 0);
 
     a.failWith = 0;
     c.failWith = -1;
     EXPECT_EQ(cf.process(&blk.in, &blk.out), -1);
     EXPECT_EQ(b.processCalls, 1);
     EXPECT_EQ(blk.out.length, 0);  // the last member's target was prepared
-}
 
-TEST(CompositionFilter, MemberNeedingMoreRoomThanTheOutputFailsTheChain) {
     ProbeFilter up, down;
-    up.repeat = 2;
-    CompositionFilter cf(&up, &down);
-    Block blk({0.5, 0.5, 0.5, 0.5}, 4);
-    EXPECT_EQ(cf.process(&blk.in, &blk.out), -1);
+    up.repeat = 2;  // needs more room than the output has
+    CompositionFilter grows(&up, &down);
+    EXPECT_EQ(grows.process(&blk.in, &blk.out), -1);
     EXPECT_EQ(down.processCalls, 0);
 }
 
@@ -138,7 +123,7 @@ TEST(CompositionFilter, ScratchBuffersGrowToTheOutputCapacityOnly) {
     CompositionFilter cf(&a, &b, &c);
     std::vector<double> x(8, 0.25);
     RealAudioBuffer in(x.data(), 8, 8, 44100, 16);
-    RealAudioBuffer big(4096, 44100, 16);
+    RealAudioBuffer big(4096, 44100, 16), smaller(2048, 44100, 16), bigger(4097, 44100, 16);
     ASSERT_EQ(cf.process(&in, &big), 0);
     const RealAudioBuffer* grownA = Probe::scratchA(cf);
     const RealAudioBuffer* grownB = Probe::scratchB(cf);
@@ -147,18 +132,17 @@ TEST(CompositionFilter, ScratchBuffersGrowToTheOutputCapacityOnly) {
     EXPECT_TRUE(grownA->ownsData);
     EXPECT_EQ(a.seenOutCapacity, 4096);
 
-    RealAudioBuffer smaller(2048, 44100, 16);
     ASSERT_EQ(cf.process(&in, &smaller), 0);
     EXPECT_EQ(Probe::scratchA(cf), grownA);
     EXPECT_EQ(Probe::scratchB(cf), grownB);
 
-    RealAudioBuffer bigger(4097, 44100, 16);
     ASSERT_EQ(cf.process(&in, &bigger), 0);
     EXPECT_EQ(Probe::scratchA(cf)->capacity, 4097);
     EXPECT_EQ(Probe::scratchB(cf)->capacity, 4097);
 }
 
-TEST(CompositionFilterParams, EveryMemberSeesTheCallAndTheLastNonzeroAnswerWins) {
+// Every member sees parameter calls and resets; the last nonzero answer wins.
+TEST(CompositionFilter, ParametersAndResetReachEveryMember) {
     ALCFilter alc;
     ProbeFilter plain1, plain2;
     CompositionFilter cf(&plain1, &alc, &plain2);
@@ -171,12 +155,13 @@ TEST(CompositionFilterParams, EveryMemberSeesTheCallAndTheLastNonzeroAnswerWins)
     EXPECT_EQ(cf.getParamData(0x70414C43, block, 19), -1);
     EXPECT_EQ(plain1.paramCalls, 5);
     EXPECT_EQ(plain2.paramCalls, 5);
+    cf.reset();
+    EXPECT_EQ(plain1.resetCalls + plain2.resetCalls, 2);
 
     ProbeFilter first, second, third;
     for (ProbeFilter* f : {&first, &second, &third}) f->paramId = 0x70515151;
     first.paramAnswer = 7;
     second.paramAnswer = -1;
-    third.paramAnswer = 0;
     CompositionFilter answers(&first, &second, &third);
     EXPECT_EQ(answers.setParamData(0x70515151, block, 4), -1);
     first.paramAnswer = -1;
@@ -184,58 +169,45 @@ TEST(CompositionFilterParams, EveryMemberSeesTheCallAndTheLastNonzeroAnswerWins)
     EXPECT_EQ(answers.getParamData(0x70515151, block, 4), 7);
 }
 
-TEST(CompositionFilter, ResetReachesEveryMember) {
-    ProbeFilter a, b, c;
-    CompositionFilter cf(&a, &b, &c);
-    cf.reset();
-    EXPECT_EQ(a.resetCalls + b.resetCalls + c.resetCalls, 3);
-}
-
-TEST(CompositionFilterName, JoinsMemberNamesAndNests) {
+TEST(CompositionFilterName, JoinsMemberNamesInOrderAndNests) {
     ALCFilter alc;
     ProbeFilter a("A"), b("B");
     CompositionFilter inner(&a, &b);
     CompositionFilter outer(&alc, &inner);
     EXPECT_STREQ(outer.getName(), "CF:[ALC -> CF:[A -> B]]");
-}
 
-TEST(CompositionFilterName, EveryConstructorKeepsTheArgumentOrder) {
+    // Every constructor, two to ten members, keeps the argument order.
     std::vector<std::unique_ptr<ProbeFilter>> p;
     for (int i = 0; i < 10; ++i) p.push_back(std::make_unique<ProbeFilter>(std::to_string(i)));
     auto f = [&](int i) { return p[static_cast<size_t>(i)].get(); };
-    std::vector<std::unique_ptr<CompositionFilter>> cfs;
-    cfs.push_back(std::make_unique<CompositionFilter>(f(0), f(1)));
-    cfs.push_back(std::make_unique<CompositionFilter>(f(0), f(1), f(2)));
-    cfs.push_back(std::make_unique<CompositionFilter>(f(0), f(1), f(2), f(3)));
-    cfs.push_back(std::make_unique<CompositionFilter>(f(0), f(1), f(2), f(3), f(4)));
-    cfs.push_back(std::make_unique<CompositionFilter>(f(0), f(1), f(2), f(3), f(4), f(5)));
-    cfs.push_back(
-        std::make_unique<CompositionFilter>(f(0), f(1), f(2), f(3), f(4), f(5), f(6)));
-    cfs.push_back(
-        std::make_unique<CompositionFilter>(f(0), f(1), f(2), f(3), f(4), f(5), f(6), f(7)));
-    cfs.push_back(std::make_unique<CompositionFilter>(f(0), f(1), f(2), f(3), f(4), f(5), f(6),
-                                                      f(7), f(8)));
-    cfs.push_back(std::make_unique<CompositionFilter>(f(0), f(1), f(2), f(3), f(4), f(5), f(6),
-                                                      f(7), f(8), f(9)));
+    std::unique_ptr<CompositionFilter> cfs[] = {
+        std::make_unique<CompositionFilter>(f(0), f(1)),
+        std::make_unique<CompositionFilter>(f(0), f(1), f(2)),
+        std::make_unique<CompositionFilter>(f(0), f(1), f(2), f(3)),
+        std::make_unique<CompositionFilter>(f(0), f(1), f(2), f(3), f(4)),
+        std::make_unique<CompositionFilter>(f(0), f(1), f(2), f(3), f(4), f(5)),
+        std::make_unique<CompositionFilter>(f(0), f(1), f(2), f(3), f(4), f(5), f(6)),
+        std::make_unique<CompositionFilter>(f(0), f(1), f(2), f(3), f(4), f(5), f(6), f(7)),
+        std::make_unique<CompositionFilter>(f(0), f(1), f(2), f(3), f(4), f(5), f(6), f(7), f(8)),
+        std::make_unique<CompositionFilter>(f(0), f(1), f(2), f(3), f(4), f(5), f(6), f(7), f(8),
+                                            f(9))};
     std::string joined = "0";
-    for (size_t k = 0; k < cfs.size(); ++k) {
+    for (int k = 0; k < 9; ++k) {
         joined += " -> " + std::to_string(k + 1);
         EXPECT_EQ(cfs[k]->getName(), "CF:[" + joined + "]");
     }
     Block blk({0.5, 0.5}, 2);
-    ASSERT_EQ(cfs.back()->process(&blk.in, &blk.out), 0);
+    ASSERT_EQ(cfs[8]->process(&blk.in, &blk.out), 0);
     for (auto& probe : p) EXPECT_EQ(probe->processCalls, 1);
 }
 
+// The working text is cut at 4078 before the prefix goes on, so the closing
+// bracket and the prefix's worth of the text are lost.
 TEST(CompositionFilterName, IsCutAt4078Characters) {
     ProbeFilter a(std::string(3000, 'a')), b(std::string(3000, 'b'));
     CompositionFilter cf(&a, &b);
-    const std::string name = cf.getName();
-    ASSERT_EQ(name.size(), 4078u);
-    // The working text was cut at 4078 before the prefix went on, so the
-    // closing bracket and the prefix's worth of b's are lost.
-    EXPECT_EQ(name, "CF:[" + std::string(3000, 'a') + " -> " + std::string(1070, 'b'));
-
+    EXPECT_EQ(std::string(cf.getName()),
+              "CF:[" + std::string(3000, 'a') + " -> " + std::string(1070, 'b'));
     ProbeFilter longer(std::string(4069, 'x')), tiny("y");
     CompositionFilter full(&longer, &tiny);  // 4 + 4069 + 4 + 1 = 4078: only the bracket goes
     EXPECT_EQ(std::string(full.getName()), "CF:[" + std::string(4069, 'x') + " -> y");

@@ -72,12 +72,15 @@ std::vector<int64_t> emitted(int bits, const std::vector<double>& y) {
 
 }  // namespace
 
-TEST(DataTypeConversionFilter, SixteenAndThirtyTwoBitsRoundTripUnchanged) {
+// 16 and 32 bits come back unchanged, 24 bits one step toward zero.
+TEST(DataTypeConversionFilter, RoundTripThroughACopy) {
     ProbeFilter copy;
     const std::vector<int64_t> s16 = {0, 1, -1, 12345, -12345, 32767, -32768, 256};
     EXPECT_EQ(roundTrip(copy, 16, s16), s16);
     const std::vector<int64_t> s32 = {0, 1, -1, 123456789, -987654321, INT32_MAX, INT32_MIN, 65536};
     EXPECT_EQ(roundTrip(copy, 32, s32), s32);
+    EXPECT_EQ(roundTrip(copy, 24, {0, 100, -100, 8388607, -8388608, 1, -1, 2}),
+              (std::vector<int64_t>{0, 99, -99, 8388606, -8388607, 0, 0, 1}));
 }
 
 TEST(DataTypeConversionFilter, InputScalesAreExactPowersOfTwo) {
@@ -91,45 +94,22 @@ TEST(DataTypeConversionFilter, InputScalesAreExactPowersOfTwo) {
                   0);
         EXPECT_EQ(copy.lastIn->data[0], -1.0);
         EXPECT_EQ(copy.lastIn->data[1], std::ldexp(1.0, 1 - bits));
-        EXPECT_EQ(copy.lastIn->sampleRate, 48000);
-        EXPECT_EQ(copy.lastIn->bitsPerSample, bits);
     }
 }
 
-TEST(DataTypeConversionFilter, TwentyFourBitsComeBackOneStepTowardZero) {
-    ProbeFilter copy;
-    EXPECT_EQ(roundTrip(copy, 24, {0, 100, -100, 8388607, -8388608, 1, -1, 2}),
-              (std::vector<int64_t>{0, 99, -99, 8388606, -8388607, 0, 0, 1}));
-}
-
+// 16 and 32 bits truncate and clamp (NaN gives 0); 24 bits are scaled by
+// 8388607 and wrap instead of clamping.
 TEST(DataTypeConversionFilter, OutputTruncatesAndClamps) {
-    EXPECT_EQ(emitted(16, {1.0, -1.0, -0.9995, 1.5, -1.5, 0.99999}),
-              (std::vector<int64_t>{32767, -32768, -32751, 32767, -32768, 32767}));
-    EXPECT_EQ(emitted(32, {1.0, -1.0, 1.5, -1.5, -0.5}),
-              (std::vector<int64_t>{INT32_MAX, INT32_MIN, INT32_MAX, INT32_MIN, -1073741824}));
-    // 24 bits are scaled by 8388607 and wrap instead of clamping.
-    EXPECT_EQ(emitted(24, {1.5, 1.0, -1.0}),
-              (std::vector<int64_t>{12582910 - (1 << 24), 8388607, -8388607}));
-}
-
-TEST(DataTypeConversionFilter, OutOfRangeAndNaNSamplesStayDefined) {
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const double inf = std::numeric_limits<double>::infinity();
-    EXPECT_EQ(emitted(16, {1e300, -inf, nan, 70000.0}),
-              (std::vector<int64_t>{32767, -32768, 0, 32767}));
-    EXPECT_EQ(emitted(32, {1e300, -inf, nan, -70000.0}),
-              (std::vector<int64_t>{INT32_MAX, INT32_MIN, 0, INT32_MIN}));
-    EXPECT_EQ(emitted(24, {nan, 512.0}).front(), 0);
-}
-
-TEST(DataTypeConversionFilter, BlockShorterThanOneSampleRunsEmpty) {
-    ProbeFilter copy;
-    DataTypeConversionFilter dtc(&copy);
-    const unsigned char in[3] = {1, 2, 3};
-    unsigned char out[4] = {};
-    EXPECT_EQ(dtc.process(44100, 32, in, 3, 44100, 32, out, 4), 0);
-    EXPECT_EQ(copy.processCalls, 1);
-    EXPECT_EQ(copy.seenInLength, 0);
+    EXPECT_EQ(emitted(16, {1.0, -1.0, -0.9995, 1.5, -1.5, 0.99999, 1e300, -inf, nan, 70000.0}),
+              (std::vector<int64_t>{32767, -32768, -32751, 32767, -32768, 32767, 32767, -32768, 0,
+                                    32767}));
+    EXPECT_EQ(emitted(32, {1.0, -1.0, 1.5, -1.5, -0.5, 1e300, -inf, nan, -70000.0}),
+              (std::vector<int64_t>{INT32_MAX, INT32_MIN, INT32_MAX, INT32_MIN, -1073741824,
+                                    INT32_MAX, INT32_MIN, 0, INT32_MIN}));
+    EXPECT_EQ(emitted(24, {1.5, 1.0, -1.0, nan}),
+              (std::vector<int64_t>{12582910 - (1 << 24), 8388607, -8388607, 0}));
 }
 
 TEST(DataTypeConversionFilter, BuffersGrowToTwiceTheBlockThatDidNotFit) {
@@ -171,30 +151,28 @@ TEST(DataTypeConversionFilter, RejectsBadFormatsAndShortOutputWithoutWriting) {
     EXPECT_EQ(copy.processCalls, 0);
     EXPECT_EQ(Probe::inBuffer(dtc)->capacity, 1);
     EXPECT_EQ(out, Bytes(16, 0xEE));
+    // A block shorter than one sample runs empty.
+    EXPECT_EQ(dtc.process(44100, 32, in.data(), 3, 44100, 32, out.data(), 4), 0);
+    EXPECT_EQ(copy.processCalls, 1);
+    EXPECT_EQ(copy.seenInLength, 0);
 }
 
-TEST(DataTypeConversionFilter, ChainOutputThatDoesNotFitIsRejected) {
-    ProbeFilter deeper;
-    deeper.reportBits = 32;  // reports more bytes than the host made room for
-    DataTypeConversionFilter dtc(&deeper);
+// Chain output that does not fit the host's area is refused; a failing
+// chain yields an empty block. Neither writes.
+TEST(DataTypeConversionFilter, UnfitOrFailedChainOutputIsNotWritten) {
+    ProbeFilter inner;
+    DataTypeConversionFilter dtc(&inner);
     const Bytes in = pack(16, {1, 2});
     Bytes out(7, 0xEE);
-    EXPECT_EQ(dtc.process(44100, 16, in.data(), 4, 44100, 16, out.data(), 7), -1);
-    EXPECT_EQ(out, Bytes(7, 0xEE));
-    deeper.reportBits = 12;
-    EXPECT_EQ(dtc.process(44100, 16, in.data(), 4, 44100, 16, out.data(), 7), -1);
-    EXPECT_EQ(out, Bytes(7, 0xEE));
-}
-
-TEST(DataTypeConversionFilter, FailingWrappedFilterYieldsNoOutput) {
-    ProbeFilter failing;
-    failing.failWith = -1;
-    DataTypeConversionFilter dtc(&failing);
-    const Bytes in = pack(16, {1, 2});
-    Bytes out(4, 0xEE);
+    for (int bits : {32, 12}) {
+        inner.reportBits = bits;  // more bytes than the host made room for
+        EXPECT_EQ(dtc.process(44100, 16, in.data(), 4, 44100, 16, out.data(), 7), -1);
+    }
+    inner.reportBits = 0;
+    inner.failWith = -1;
     EXPECT_EQ(dtc.process(44100, 16, in.data(), 4, 44100, 16, out.data(), 4), 0);
-    EXPECT_EQ(out, Bytes(4, 0xEE));
-    EXPECT_EQ(failing.seenOutLength, 0);
+    EXPECT_EQ(inner.seenOutLength, 0);
+    EXPECT_EQ(out, Bytes(7, 0xEE));
 }
 
 TEST(DataTypeConversionFilter, ConvertsAtTheRateAndDepthTheChainProduces) {
@@ -208,6 +186,8 @@ TEST(DataTypeConversionFilter, ConvertsAtTheRateAndDepthTheChainProduces) {
     const Bytes in = pack(16, {1024, -2048, 4, 6});
     Bytes out(24);
     ASSERT_EQ(dtc.process(44100, 16, in.data(), 8, 88200, 24, out.data(), 24), 24);
+    EXPECT_EQ(gain.lastIn->sampleRate, 44100);
+    EXPECT_EQ(gain.lastIn->bitsPerSample, 16);
     EXPECT_EQ(upsampler.seenOutRate, 88200);
     EXPECT_EQ(upsampler.seenOutBits, 24);
     // x * 2^-15 * 0.5 * 8388607, truncated: 1024 -> 131071, 4 -> 511.

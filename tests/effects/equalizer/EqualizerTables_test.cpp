@@ -50,21 +50,24 @@ TEST(EqualizerTables, EqualTheGeneratorOutputBitForBit) {
 }
 
 TEST(EqualizerTables, MatchPublishedCheckValues) {
-    expectSection(sectionOf(kTables[0], 3, 0), {0.931194, -1.79782, 0.885032, 1.79782, -0.816226});
-    expectSection(sectionOf(kTables[0], 3, 24), {1.07389, -1.93066, 0.876537, 1.93066, -0.950427});
-    expectSection(sectionOf(kTables[2], 9, 24),
-                  {2.06374, -0.676619, -0.579143, -0.132551, 0.324577});
-    expectSection(sectionOf(kTables[3], 9, 0),
-                  {0.441706, -0.0600474, -0.143168, 0.594532, 0.166977});
-}
-
-TEST(EqualizerTables, LowShelfRowsAsPublished) {
-    expectSection(sectionOf(kTables[2], 8, 0), {0.992531, -1.97008, 0.977618, 1.96999, -0.970244});
-    expectSection(sectionOf(kTables[2], 8, 7), {0.996931, -1.97547, 0.978639, 1.97544, -0.975607});
-    expectSection(sectionOf(kTables[2], 8, 24), {1.00753, -1.98481, 0.977546, 1.98491, -0.984975});
-    expectSection(sectionOf(kTables[3], 8, 0), {0.993133, -1.97249, 0.979415, 1.97241, -0.972629});
-    expectSection(sectionOf(kTables[3], 8, 17), {1.00283, -1.98302, 0.980332, 1.98305, -0.98313});
-    expectSection(sectionOf(kTables[3], 8, 24), {1.00691, -1.98605, 0.979354, 1.98613, -0.986187});
+    const struct {
+        int table, band, index;
+        eqgen::Section want;
+    } rows[] = {{0, 3, 0, {0.931194, -1.79782, 0.885032, 1.79782, -0.816226}},
+                {0, 3, 24, {1.07389, -1.93066, 0.876537, 1.93066, -0.950427}},
+                {2, 9, 24, {2.06374, -0.676619, -0.579143, -0.132551, 0.324577}},
+                {3, 9, 0, {0.441706, -0.0600474, -0.143168, 0.594532, 0.166977}},
+                {2, 8, 0, {0.992531, -1.97008, 0.977618, 1.96999, -0.970244}},
+                {2, 8, 7, {0.996931, -1.97547, 0.978639, 1.97544, -0.975607}},
+                {2, 8, 24, {1.00753, -1.98481, 0.977546, 1.98491, -0.984975}},
+                {3, 8, 0, {0.993133, -1.97249, 0.979415, 1.97241, -0.972629}},
+                {3, 8, 17, {1.00283, -1.98302, 0.980332, 1.98305, -0.98313}},
+                {3, 8, 24, {1.00691, -1.98605, 0.979354, 1.98613, -0.986187}}};
+    for (const auto& r : rows) {
+        SCOPED_TRACE(testing::Message() << kTables[r.table].rate << " band " << r.band << " index "
+                                        << r.index);
+        expectSection(sectionOf(kTables[r.table], r.band, r.index), r.want);
+    }
 }
 
 TEST(EqualizerTables, EveryBandIsFlatAtIndexTwelveAndA0IsZero) {

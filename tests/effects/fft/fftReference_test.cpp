@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 #include <random>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -18,9 +19,8 @@ void referenceFft(int n, double* x, double* y) {
     const int n4 = size / 4;
     const int n8 = size / 8;
     std::vector<double> sintbl(size + n4);
-    std::vector<int> bitrev(size);
 
-    double t = std::sin((1.0 / size) * 3.141592653589793);
+    const double t = std::sin((1.0 / size) * 3.141592653589793);
     double dc = t * t + t * t;
     double ds = std::sqrt((2 - dc) * dc);
     const double t2 = t * t * 4.0;
@@ -40,10 +40,12 @@ void referenceFft(int n, double* x, double* y) {
     for (int i = 0; i < n4; ++i) sintbl[n2 - i] = sintbl[i];
     for (int i = 0; i < n2 + n4; ++i) sintbl[i + n2] = -sintbl[i];
 
-    int i = 0;
-    int j = 0;
-    for (;;) {
-        bitrev[i] = j;
+    // Bit reversal, swapping each pair as its index comes up.
+    for (int i = 0, j = 0;;) {
+        if (i < j) {
+            std::swap(x[i], x[j]);
+            std::swap(y[i], y[j]);
+        }
         if (++i == size) break;
         int k = n2;
         while (k <= j) {
@@ -52,21 +54,14 @@ void referenceFft(int n, double* x, double* y) {
         }
         j += k;
     }
-    for (i = 0; i < size; ++i) {
-        j = bitrev[i];
-        if (i < j) {
-            std::swap(x[i], x[j]);
-            std::swap(y[i], y[j]);
-        }
-    }
     for (int k = 1; k < size; k *= 2) {
         const int k2 = 2 * k;
         const int d = size / k2;
         int h = 0;
-        for (j = 0; j < k; ++j) {
+        for (int j = 0; j < k; ++j) {
             const double cc = sintbl[h + n4];
             const double ss = inverse ? -sintbl[h] : sintbl[h];
-            for (i = j; i < size; i += k2) {
+            for (int i = j; i < size; i += k2) {
                 const int m = i + k;
                 const double dx = ss * y[m] + cc * x[m];
                 const double dy = cc * y[m] - ss * x[m];
@@ -79,7 +74,7 @@ void referenceFft(int n, double* x, double* y) {
         }
     }
     if (!inverse) {
-        for (i = 0; i < size; ++i) {
+        for (int i = 0; i < size; ++i) {
             x[i] = x[i] * (1.0 / size);
             y[i] = y[i] * (1.0 / size);
         }

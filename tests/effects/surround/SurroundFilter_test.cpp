@@ -10,6 +10,12 @@
 #include <limits>
 #include <vector>
 
+#include "effects/common/RunBlock.h"
+#include "support/ParamBlock.h"
+
+using testing_filters::bytesOf;
+using testutil::noise;
+
 namespace {
 
 constexpr unsigned long kId = 0x70535252;
@@ -37,8 +43,7 @@ bool sameBytes(const SurroundConfigParams& a, const SurroundConfigParams& b) {
     return std::memcmp(&a, &b, kSize) == 0;
 }
 
-// Processes `x` in blocks of `blockFrames` frames; a trailing odd double of
-// the output keeps the sentinel -123.
+// Processes `x` in blocks of `blockFrames` frames.
 std::vector<double> processInBlocks(SurroundFilter& f, const std::vector<double>& x, int rate,
                                     size_t blockFrames) {
     std::vector<double> y(x.size(), -123.0);
@@ -46,8 +51,7 @@ std::vector<double> processInBlocks(SurroundFilter& f, const std::vector<double>
         const int n = static_cast<int>(std::min(2 * blockFrames, x.size() - at));
         RealAudioBuffer in(const_cast<double*>(x.data() + at), n, n, rate, 24);
         RealAudioBuffer out(y.data() + at, n, 0, 0, 0);
-        if (f.process(&in, &out) != 0 || out.length != n || out.sampleRate != rate ||
-            out.bitsPerSample != 24)
+        if (f.process(&in, &out) != 0 || out.length != n || out.sampleRate != rate)
             ADD_FAILURE() << "process failed at " << at;
     }
     return y;
@@ -64,120 +68,68 @@ std::vector<double> impulse(int frames, double left = 1.0, double right = 1.0) {
     return x;
 }
 
-std::vector<double> noise(int frames) {
-    std::vector<double> x(2 * static_cast<size_t>(frames));
-    unsigned state = 12345;
-    for (double& v : x) {
-        state = state * 1103515245u + 12345u;
-        v = static_cast<double>(state >> 8) / 16777216.0 - 0.5;
-    }
-    return x;
-}
-
 double L(const std::vector<double>& y, int frame) { return y[2 * frame]; }
 double R(const std::vector<double>& y, int frame) { return y[2 * frame + 1]; }
 
-using GainField = double SurroundConfigParams::*;
-const GainField kGains[] = {
-    &SurroundConfigParams::hall_ga1,      &SurroundConfigParams::hall_ga2,
-    &SurroundConfigParams::egain_hall,    &SurroundConfigParams::egain_natural,
-    &SurroundConfigParams::egain_wide,    &SurroundConfigParams::egain_3d,
-    &SurroundConfigParams::egain_echo,    &SurroundConfigParams::ga_live,
-    &SurroundConfigParams::gc_live,       &SurroundConfigParams::ga_3d,
-    &SurroundConfigParams::gm_3d};
-
 }  // namespace
 
-TEST(SurroundParams, DefaultBlockAndName) {
+TEST(SurroundParams, DefaultBlockAndChecks) {
     SurroundFilter f;
-    unsigned char b[kSize + 8];
-    std::memset(b, 0xEE, sizeof b);
-    EXPECT_EQ(f.getParamData(kId, b, sizeof b), kSize);
-    const unsigned char head[24] = {0x35, 0x52, 0x53, 0x6D, 0, 0, 0, 0, 1, 0, 0, 0,
-                                    0x84, 0x10, 0, 0, 0x0E, 0x0F, 0, 0, 0xAA, 0x0A, 0, 0};
-    EXPECT_EQ(std::memcmp(b, head, sizeof head), 0);
-    double gains[11];
-    std::memcpy(gains, b + 24, sizeof gains);
-    const double expected[11] = {0.7, 0.8, 0.5, 0.5, 0.5, 0.5, 0.5, 0.5, 0.5, 0.7, 0.3333};
-    for (int i = 0; i < 11; ++i) EXPECT_EQ(gains[i], expected[i]) << i;
-    EXPECT_EQ(b[kSize], 0xEE);
+    const SurroundConfigParams defaults = {0x6D535235, false, {0, 0, 0}, 1, 4228, 3854, 2730,
+                                           0.7, 0.8, 0.5, 0.5, 0.5, 0.5, 0.5, 0.5, 0.5, 0.7,
+                                           0.3333};
+    EXPECT_EQ(testing_filters::storedBlock(f, kId, kSize), bytesOf(defaults));
     EXPECT_STREQ(f.getName(), "Surround");
-}
-
-TEST(SurroundParams, IdentifierSizeAndNullChecks) {
-    SurroundFilter f;
-    SurroundConfigParams p = enabledWith(f, 0x10);
-    EXPECT_EQ(f.setParamData(0x70414C43, &p, kSize), 0);
-    EXPECT_EQ(f.getParamData(0x70414C43, &p, kSize), 0);
-    EXPECT_EQ(f.setParamData(kId, &p, kSize - 1), -1);
-    EXPECT_EQ(f.getParamData(kId, &p, kSize - 1), -1);
-    EXPECT_EQ(f.setParamData(kId, nullptr, kSize), -1);
-    EXPECT_EQ(f.getParamData(kId, nullptr, kSize), -1);
-    EXPECT_EQ(f.setParamData(kId, &p, -1), kSize);  // size compared unsigned
+    const SurroundConfigParams p = enabledWith(f, 0x10);
+    testing_filters::expectBlockChecks(f, kId, 0x70414C43, bytesOf(p));
     EXPECT_TRUE(sameBytes(blockOf(f), p));
 }
 
-TEST(SurroundParams, HallLengthLimits) {
+// Hall lengths run from 17 to their maximum, gains from 0 to 1.
+TEST(SurroundParams, LengthAndGainLimits) {
     SurroundFilter f;
     const SurroundConfigParams base = blockOf(f);
-    struct Limit {
+    const struct {
         int32_t SurroundConfigParams::*field;
         int32_t max;
+    } lengths[] = {{&SurroundConfigParams::hall_m1, 8456},
+                   {&SurroundConfigParams::hall_m2, 7708},
+                   {&SurroundConfigParams::hall_m3, 5460}};
+    // An accepted value is stored; a refused one leaves the block as it was.
+    auto check = [&](auto field, auto value, bool ok) {
+        SurroundConfigParams p = base;
+        p.*field = value;
+        const SurroundConfigParams before = blockOf(f);
+        EXPECT_EQ(f.setParamData(kId, &p, kSize), ok ? kSize : -1) << value;
+        if (ok) EXPECT_EQ(blockOf(f).*field, value);
+        else EXPECT_TRUE(sameBytes(blockOf(f), before)) << value;
     };
-    for (Limit limit : {Limit{&SurroundConfigParams::hall_m1, 8456},
-                        Limit{&SurroundConfigParams::hall_m2, 7708},
-                        Limit{&SurroundConfigParams::hall_m3, 5460}}) {
-        for (int32_t m : {17, limit.max}) {
-            SurroundConfigParams p = base;
-            p.*limit.field = m;
-            EXPECT_EQ(f.setParamData(kId, &p, kSize), kSize) << m;
-            EXPECT_EQ(blockOf(f).*limit.field, m);
-        }
-        for (int32_t m : {16, limit.max + 1, 0, -17}) {
-            SurroundConfigParams p = base;
-            p.*limit.field = m;
-            EXPECT_EQ(f.setParamData(kId, &p, kSize), -1) << m;
-            EXPECT_EQ(blockOf(f).*limit.field, limit.max);
-        }
-        configure(f, base);
-    }
+    for (const auto& limit : lengths)
+        for (int32_t m : {17, limit.max, 16, limit.max + 1, 0, -17})
+            check(limit.field, m, m >= 17 && m <= limit.max);
+    using Gain = double SurroundConfigParams::*;
+    for (Gain gain : {&SurroundConfigParams::hall_ga1, &SurroundConfigParams::hall_ga2,
+                      &SurroundConfigParams::egain_hall, &SurroundConfigParams::egain_natural,
+                      &SurroundConfigParams::egain_wide, &SurroundConfigParams::egain_3d,
+                      &SurroundConfigParams::egain_echo, &SurroundConfigParams::ga_live,
+                      &SurroundConfigParams::gc_live, &SurroundConfigParams::ga_3d,
+                      &SurroundConfigParams::gm_3d})
+        for (double g : {0.0, 1.0, -0.0, 1.0000001, -0.1, kNaN, -HUGE_VAL})
+            check(gain, g, g >= 0.0 && g <= 1.0);
 }
 
-TEST(SurroundParams, GainLimits) {
-    SurroundFilter f;
-    const SurroundConfigParams base = blockOf(f);
-    for (GainField gain : kGains) {
-        for (double g : {0.0, 1.0, -0.0}) {
-            SurroundConfigParams p = base;
-            p.*gain = g;
-            EXPECT_EQ(f.setParamData(kId, &p, kSize), kSize) << g;
-        }
-        const SurroundConfigParams stored = blockOf(f);
-        for (double g : {1.0000001, -0.1, kNaN, -HUGE_VAL}) {
-            SurroundConfigParams p = base;
-            p.*gain = g;
-            EXPECT_EQ(f.setParamData(kId, &p, kSize), -1) << g;
-            EXPECT_TRUE(sameBytes(blockOf(f), stored));
-        }
-    }
-}
-
-TEST(SurroundParams, MagicCheckedEnabledAndModeNot) {
+// The mode and the enabled byte are not range checked; blocks are compared
+// ignoring the reserved bytes and the sign of zero, so an equal block is
+// not taken over.
+TEST(SurroundParams, ModeUncheckedAndEqualBlocksNotStored) {
     SurroundFilter f;
     SurroundConfigParams p = blockOf(f);
-    p.magic ^= 0x100;
-    EXPECT_FALSE(p.isValid());
-    EXPECT_EQ(f.setParamData(kId, &p, kSize), -1);
-    p = blockOf(f);
     p.emode = -1;
     std::memset(&p.enabled, 0xFF, 1);
     EXPECT_TRUE(p.isValid());
-    EXPECT_EQ(f.setParamData(kId, &p, kSize), kSize);
+    configure(f, p);
     EXPECT_TRUE(sameBytes(blockOf(f), p));
-}
 
-TEST(SurroundParams, EqualityIgnoresReservedBytesAndSignOfZero) {
-    SurroundFilter f;
     SurroundConfigParams a = enabledWith(f, 0x3F);
     a.egain_3d = 0.0;
     configure(f, a);
@@ -185,8 +137,7 @@ TEST(SurroundParams, EqualityIgnoresReservedBytesAndSignOfZero) {
     b.egain_3d = -0.0;
     b.reserved[0] = 0x5A;
     EXPECT_TRUE(a.isEqual(b));
-    // Seen as unchanged, so the reserved byte is not taken over either.
-    EXPECT_EQ(f.setParamData(kId, &b, kSize), kSize);
+    configure(f, b);
     EXPECT_TRUE(sameBytes(blockOf(f), a));
 
     std::memset(&b.enabled, 2, 1);  // still on, but a different byte
@@ -245,11 +196,11 @@ TEST(SurroundProcess, ThreeDWithEqualChannelsAddsOnlyTheAllPass) {
 }
 
 // With zero all-pass gains each hall pass is a pure delay. The two passes
-// step the same positions, so each line serves both in turn and every
-// delay is half its length in frames (the third line serves the first pass
-// alone); at 44.1 kHz the lengths themselves are halved first. Lengths 400,
-// 600, 100: the second pass delays by 100 + 150 frames and the first by
-// 100 + 150 + 50 at 44.1 kHz, and each by twice that at 88.2 kHz.
+// step the same positions, so each line serves both in turn and every delay
+// is half its length in frames (the third line serves the first pass alone);
+// at 44.1 kHz the lengths are halved first. Lengths 400, 600, 100: the second
+// pass delays by 100 + 150 frames and the first by 100 + 150 + 50 at
+// 44.1 kHz, and each by twice that at 88.2 kHz.
 TEST(SurroundProcess, HallPassesShareTheirPositions) {
     SurroundFilter f;
     SurroundConfigParams p = enabledWith(f, 0x01);
@@ -313,27 +264,14 @@ TEST(SurroundProcess, SplitBlocksMatchOneBlock) {
     EXPECT_EQ(split, whole);
 }
 
-TEST(SurroundProcess, ToneShapingKeepsItsHistoryAcrossReset) {
-    SurroundFilter f;
-    configure(f, enabledWith(f, 0x02));
-    std::vector<double> loud = noise(400);
-    for (double& v : loud) v *= 1.8;
-    run(f, loud);
-    f.reset();
-    const std::vector<double> y = run(f, std::vector<double>(20, 0.0));
-    EXPECT_NE(L(y, 0), 0.0);
-    EXPECT_NE(R(y, 9), 0.0);
-}
-
 TEST(SurroundProcess, NaturalStageStartsWithTheToneShapedDrySignal) {
     SurroundFilter f;
     configure(f, enabledWith(f, 0x02));
     const std::vector<double> y = run(f, impulse(2, 0.5, -0.25));
     // The tone shaping starts from an empty history in a fresh process.
     const double gain = 1.00338 * 0.8954655 * 1.380013;
-    const double l = 0.5 * gain, r = -0.25 * gain;
-    EXPECT_EQ(L(y, 0), (0.75 * l + (0.0 - 0.0) * 0.1875) * 1.2);
-    EXPECT_EQ(R(y, 0), (0.75 * r + (0.0 - 0.0) * 0.1875) * 1.2);
+    EXPECT_EQ(L(y, 0), (0.75 * (0.5 * gain) + (0.0 - 0.0) * 0.1875) * 1.2);
+    EXPECT_EQ(R(y, 0), (0.75 * (-0.25 * gain) + (0.0 - 0.0) * 0.1875) * 1.2);
 }
 
 TEST(SurroundLifecycle, EqualBlockKeepsTheEchoAndEnabledAloneClearsIt) {
@@ -384,43 +322,29 @@ TEST(SurroundLifecycle, InaudibleGainsOnlyClearTheHistory) {
     EXPECT_EQ(run(f, x), before);
 }
 
-TEST(SurroundProcess, CapacityEmptyAndOddBlocks) {
+// Capacity is checked before anything is written or enters the delay lines;
+// other rates pass through and leave the lines alone.
+TEST(SurroundProcess, CapacityOddBlocksAndOtherRates) {
     SurroundFilter f;
     configure(f, enabledWith(f, 0x10));
+    testutil::expectCapacityChecked(f, 44100);
+    f.reset();
     std::vector<double> x = impulse(3);
     x.push_back(0.75);
     std::vector<double> y(7, -1.0);
     RealAudioBuffer in(x.data(), 7, 7, 44100, 16);
     RealAudioBuffer tooSmall(y.data(), 6, 9, 1, 2);
     EXPECT_EQ(f.process(&in, &tooSmall), -1);
-    EXPECT_EQ(tooSmall.length, 9);
-    EXPECT_EQ(tooSmall.sampleRate, 1);
-    EXPECT_EQ(y, std::vector<double>(7, -1.0));
-
     RealAudioBuffer exact(y.data(), 7, 0, 0, 0);
     EXPECT_EQ(f.process(&in, &exact), 0);
-    EXPECT_EQ(exact.length, 7);
-    EXPECT_EQ(y[0], 0.925);  // the refused block left no trace in the line
-    EXPECT_EQ(y[6], -1.0);   // the unpaired double is not written
+    EXPECT_EQ(y[0], 0.925);
+    EXPECT_EQ(y[6], -1.0);  // the unpaired double is not written
 
-    RealAudioBuffer empty(nullptr, 0, 0, 96000, 32);
-    RealAudioBuffer none(nullptr, 0, 5, 0, 0);
-    EXPECT_EQ(f.process(&empty, &none), 0);
-    EXPECT_EQ(none.length, 0);
-    EXPECT_EQ(none.sampleRate, 96000);
-    EXPECT_EQ(none.bitsPerSample, 32);
-}
-
-TEST(SurroundProcess, OtherRatesPassThroughWithoutTouchingTheState) {
-    SurroundFilter f;
-    const std::vector<double> x = noise(300);
-    EXPECT_EQ(run(f, x, 32000), x);  // switched off
-    configure(f, enabledWith(f, 0x10));
-    run(f, impulse(1000));
-    EXPECT_EQ(run(f, x, 32000), x);
-    EXPECT_EQ(run(f, x, 0), x);
-    const std::vector<double> y = run(f, std::vector<double>(2 * 1100, 0.0));
-    EXPECT_EQ(L(y, 1048), 0.48875);
+    const std::vector<double> n = noise(300);
+    EXPECT_EQ(run(f, n, 32000), n);
+    EXPECT_EQ(run(f, n, 0), n);
+    y = run(f, std::vector<double>(2 * 2100, 0.0));
+    EXPECT_EQ(L(y, 2048 - 3), 0.48875);
 }
 
 TEST(SurroundKernels, AllPassStepAndWrap) {

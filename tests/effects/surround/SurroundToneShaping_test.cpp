@@ -6,7 +6,8 @@
 #include <complex>
 
 // Each test case runs in a process of its own, so the histories that nothing
-// clears start empty here.
+// clears start empty here. Neither the surround's construction nor its reset
+// clears them.
 
 namespace {
 
@@ -49,13 +50,10 @@ TEST(SurroundToneShaping, FirstSampleIsTheProductOfTheSectionGains) {
     booster_48k(1.0, -0.5, &l, &r);
     EXPECT_EQ(l, 1.0 * 1.00338 * 0.8954655 * 1.380013);
     EXPECT_EQ(r, -0.5 * 1.00338 * 0.8954655 * 1.380013);
-    // The 96 kHz kernel keeps a history of its own, still empty.
-    booster_96k(1.0, 1.0, &l, &r);
-    EXPECT_EQ(l, 1.0 * 1.001697 * 0.9345971 * 1.613856);
-}
-
-TEST(SurroundToneShaping, OutputsMayAliasTheInputs) {
-    double l = 0.25, r = -0.75;
+    // The 96 kHz kernel keeps a history of its own, still empty; its outputs
+    // may alias its inputs.
+    l = 0.25;
+    r = -0.75;
     booster_96k(l, r, &l, &r);
     EXPECT_EQ(l, 0.25 * 1.001697 * 0.9345971 * 1.613856);
     EXPECT_EQ(r, -0.75 * 1.001697 * 0.9345971 * 1.613856);

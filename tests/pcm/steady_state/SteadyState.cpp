@@ -19,12 +19,16 @@
 namespace {
 
 // Test filters that allocate nothing themselves.
-class HalfGainFilter : public RealAudioFilter {
+class PlainFilter : public RealAudioFilter {
 public:
-    const char* getName() override { return "HalfGain"; }
     int setParamData(unsigned long, const void*, int) override { return 0; }
     int getParamData(unsigned long, void*, int) override { return 0; }
     void reset() override {}
+};
+
+class HalfGainFilter : public PlainFilter {
+public:
+    const char* getName() override { return "HalfGain"; }
     int process(const RealAudioBuffer* in, RealAudioBuffer* out) override {
         if (in->length > out->capacity) return -1;
         for (int i = 0; i < in->length; ++i) out->data[i] = in->data[i] * 0.5;
@@ -37,20 +41,13 @@ public:
 
 // Holds every frame twice and reports twice the rate at 24 bits, as an
 // up-sampler does.
-class FrameDoublerFilter : public RealAudioFilter {
+class FrameDoublerFilter : public PlainFilter {
 public:
     const char* getName() override { return "FrameDoubler"; }
-    int setParamData(unsigned long, const void*, int) override { return 0; }
-    int getParamData(unsigned long, void*, int) override { return 0; }
-    void reset() override {}
     int process(const RealAudioBuffer* in, RealAudioBuffer* out) override {
         const int frames = in->length / 2;
         if (4 * frames > out->capacity) return -1;
-        for (int f = 0; f < frames; ++f)
-            for (int r = 0; r < 2; ++r) {
-                out->data[4 * f + 2 * r] = in->data[2 * f];
-                out->data[4 * f + 2 * r + 1] = in->data[2 * f + 1];
-            }
+        for (int f = 0; f < 4 * frames; ++f) out->data[f] = in->data[2 * (f / 4) + f % 2];
         out->length = 4 * frames;
         out->sampleRate = 2 * in->sampleRate;
         out->bitsPerSample = 24;

@@ -9,6 +9,10 @@
 
 #include "rate/velmo/VelmoModel.h"
 #include "rate/velmo/VelmoTables.h"
+#include "support/ParamBlock.h"
+
+using testing_filters::Bytes;
+using testing_filters::storedBlock;
 
 // Every case runs in a fresh process (CTest), where all history is zero.
 
@@ -16,29 +20,20 @@ namespace {
 
 constexpr unsigned long kId = 0x70564C43;
 
-struct Block {
-    unsigned char b[20];
-    Block& put(int offset, uint32_t v) {
-        std::memcpy(b + offset, &v, 4);
-        return *this;
-    }
-    Block& flags(unsigned char enabled, unsigned char mp3 = 0) {
-        b[8] = enabled;
-        b[9] = mp3;
-        return *this;
-    }
-    Block& reserved(unsigned char v) {
-        b[10] = b[11] = v;
-        return *this;
-    }
-    bool operator==(const Block& o) const { return std::memcmp(b, o.b, 20) == 0; }
-};
-
-Block stored(UpSamplingFilter& f) {
-    Block k;
-    EXPECT_EQ(f.getParamData(kId, k.b, 20), 20);
-    return k;
+Bytes put(Bytes b, int offset, uint32_t v) {
+    std::memcpy(&b[static_cast<size_t>(offset)], &v, 4);
+    return b;
 }
+Bytes flags(Bytes b, unsigned char enabled, unsigned char mp3 = 0) {
+    b[8] = enabled;
+    b[9] = mp3;
+    return b;
+}
+Bytes reserved(Bytes b, unsigned char v) {
+    b[10] = b[11] = v;
+    return b;
+}
+Bytes stored(UpSamplingFilter& f) { return storedBlock(f, kId, 20); }
 
 // Runs one block into an area one double larger than needed, marked so that
 // unwritten and overrun doubles show.
@@ -73,41 +68,25 @@ bool startsWith(const std::vector<double>& y, const std::vector<double>& head) {
 
 TEST(UpSamplingFilterParams, DefaultBlockAndRejectedBlocks) {
     UpSamplingFilter f;
-    const Block defaults = stored(f);
-    const unsigned char expected[20] = {0x43, 0x4C, 0x56, 0x6D, 20, 0, 0, 0,    0,    0,
-                                        0,    0,    1,    0,    0, 0, 0x6D, 0x56, 0x4C, 0x43};
-    EXPECT_EQ(std::memcmp(defaults.b, expected, 20), 0);
+    const Bytes defaults = stored(f);
+    EXPECT_EQ(defaults, (Bytes{0x43, 0x4C, 0x56, 0x6D, 20, 0, 0, 0, 0, 0, 0, 0, 1, 0,
+                                             0, 0, 0x6D, 0x56, 0x4C, 0x43}));
     EXPECT_STREQ(f.getName(), "Velmo");
     EXPECT_FALSE(f.useUpSampler32());
-    EXPECT_EQ(f.getParamData(kId + 1, nullptr, 20), 0);
-    EXPECT_EQ(f.getParamData(kId, Block().b, 19), -1);
-    EXPECT_EQ(f.getParamData(kId, nullptr, 20), -1);
 
-    const Block good = Block(defaults).flags(1, 1).put(12, 2);
-    EXPECT_EQ(f.setParamData(kId + 1, good.b, 20), 0);
-    EXPECT_EQ(f.setParamData(kId, good.b, 19), -1);
-    EXPECT_EQ(f.setParamData(kId, nullptr, 20), -1);
-    EXPECT_EQ(f.setParamData(kId, Block(good).put(0, 0x6D564C44).b, 20), -1);
-    EXPECT_EQ(f.setParamData(kId, Block(good).put(4, 24).b, 20), -1);
-    EXPECT_EQ(f.setParamData(kId, Block(good).put(16, 0x6D564C43).b, 20), -1);
-    EXPECT_EQ(f.setParamData(kId, Block(good).put(12, 0).b, 20), -1);
-    EXPECT_EQ(f.setParamData(kId, Block(good).put(12, 3).b, 20), -1);
-    EXPECT_TRUE(stored(f) == defaults);
-    EXPECT_EQ(f.setParamData(kId, good.b, -1), 20);  // the size is compared unsigned
-    EXPECT_TRUE(stored(f) == good);
-}
-
-TEST(UpSamplingFilterParams, ReservedBytesAloneAreNotStored) {
-    UpSamplingFilter f;
-    Block b = stored(f).reserved(0x5A);
-    EXPECT_EQ(f.setParamData(kId, b.b, 20), 20);
-    EXPECT_EQ(stored(f).b[10], 0);
-    EXPECT_EQ(f.setParamData(kId, b.flags(3).b, 20), 20);
-    EXPECT_TRUE(stored(f) == b);  // a real change stores every byte
+    const Bytes good = put(flags(defaults, 1, 1), 12, 2);
+    for (const Bytes& bad :
+         {put(good, 4, 24), put(good, 16, 0x6D564C43), put(good, 12, 0), put(good, 12, 3)})
+        EXPECT_EQ(f.setParamData(kId, bad.data(), 20), -1);
+    EXPECT_EQ(stored(f), defaults);
+    testing_filters::expectBlockChecks(f, kId, kId + 1, good);
+    EXPECT_EQ(stored(f), good);
 }
 
 // Enabled at 32 kHz still interpolates plainly, on a line that a reset
-// clears: the second block shows whether the parameter call reset.
+// clears: the second block shows whether the parameter call reset. A block
+// that differs in its reserved bytes alone is neither stored nor a reset; a
+// real change stores every byte.
 TEST(UpSamplingFilterParams, OnlyARealChangeResets) {
     UpSamplingFilter f;
     const std::vector<double> first = velmo_model::noise(64, 1), second = velmo_model::noise(64, 2);
@@ -117,14 +96,16 @@ TEST(UpSamplingFilterParams, OnlyARealChangeResets) {
     const std::vector<double> continued(whole.begin() + 128, whole.end());
     const std::vector<double> restarted = interpolated(second);
 
-    const Block on1 = stored(f).flags(1), on2 = stored(f).flags(2);
-    EXPECT_EQ(f.setParamData(kId, on1.b, 20), 20);
+    const Bytes on1 = flags(stored(f), 1), on2 = flags(reserved(on1, 0xFF), 2);
+    EXPECT_EQ(f.setParamData(kId, on1.data(), 20), 20);
     run(f, first, 32000, 16);
-    EXPECT_EQ(f.setParamData(kId, Block(on1).reserved(0xFF).b, 20), 20);
+    EXPECT_EQ(f.setParamData(kId, reserved(on1, 0xFF).data(), 20), 20);
+    EXPECT_EQ(stored(f), on1);
     EXPECT_TRUE(startsWith(run(f, second, 32000, 16), continued));
 
     run(f, first, 32000, 16);
-    EXPECT_EQ(f.setParamData(kId, on2.b, 20), 20);  // still on, yet a change
+    EXPECT_EQ(f.setParamData(kId, on2.data(), 20), 20);  // still on, yet a change
+    EXPECT_EQ(stored(f), on2);
     EXPECT_TRUE(startsWith(run(f, second, 32000, 16), restarted));
 
     run(f, first, 32000, 16);
@@ -142,13 +123,13 @@ TEST(UpSamplingFilterProcess, InterpolatesAnyFormatTheEnhancerDoesNotTake) {
     EXPECT_EQ(y[160], -7.0);
 
     UpSamplingFilter on;
-    on.setParamData(kId, stored(on).flags(1).b, 20);
+    on.setParamData(kId, flags(stored(on), 1).data(), 20);
     EXPECT_TRUE(startsWith(run(on, x, 44100, 32), interpolated(x)));
 }
 
 TEST(UpSamplingFilterProcess, EmptyOddAndTightBlocks) {
     UpSamplingFilter f;
-    f.setParamData(kId, stored(f).flags(1).b, 20);
+    f.setParamData(kId, flags(stored(f), 1).data(), 20);
     run(f, {}, 48000, 16);
     const std::vector<double> odd = run(f, {0.1, 0.2, 0.3, 0.4, 0.5}, 44100, 24);
     EXPECT_NE(odd[7], -7.0);
@@ -196,7 +177,8 @@ TEST_P(UpSamplingFilterPath, MatchesTheReferenceBitForBit) {
     const PathCase& c = GetParam();
     UpSamplingFilter f;
     f.setUseUpSampler32(c.use32);
-    ASSERT_EQ(f.setParamData(kId, stored(f).flags(1, c.mp3 ? 9 : 0).put(12, c.mode).b, 20), 20);
+    ASSERT_EQ(f.setParamData(kId, put(flags(stored(f), 1, c.mp3 ? 9 : 0), 12, c.mode).data(), 20),
+              20);
 
     velmo_model::Enhancer model;
     velmo_model::Biquad section{c.section};
