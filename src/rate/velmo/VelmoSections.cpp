@@ -7,6 +7,16 @@
 
 #include "rate/velmo/VelmoTables.h"
 
+// On x86-64 the passes over the delay lines are built a second time for
+// 256-bit vectors (runTwoSteps, runHeldSteps); their loops are forced inline
+// so that each build gets its own copy.
+#if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
+#define VELMO_WIDE_LINES
+#define VELMO_LOOP_INLINE inline __attribute__((always_inline))
+#else
+#define VELMO_LOOP_INLINE inline
+#endif
+
 namespace {
 
 // FIR delay lines, two channels each; VelmoInit clears them.
@@ -69,8 +79,8 @@ inline void biquadStep(const VelmoBiquadCoeffs& c, BiquadState& s, double inL, d
 // formed by the same products and sums, in the same order, as with two single
 // steps. The current input is included: there is no extra frame of delay.
 template <std::size_t N>
-inline void firTwoStepsChannel(const std::array<double, N>& h, double* line, double x0, double x1,
-                               double& y0, double& y1) {
+VELMO_LOOP_INLINE void firTwoStepsChannel(const std::array<double, N>& h, double* line, double x0,
+                                          double x1, double& y0, double& y1) {
     y0 = x0 * h[0] + line[1];
     for (std::size_t k = 0; k + 2 < N; ++k) line[k] = x1 * h[k] + (x0 * h[k + 1] + line[k + 2]);
     line[N - 2] = x1 * h[N - 2] + x0 * h[N - 1];
@@ -81,8 +91,8 @@ inline void firTwoStepsChannel(const std::array<double, N>& h, double* line, dou
 // The left channel's line is 0 .. N-1, the right's N .. 2N-1; they are
 // independent lanes.
 template <std::size_t N>
-inline VelmoInstants firTwoSteps(const std::array<double, N>& h, double (&line)[2 * N],
-                                 const VelmoInstants& x) {
+VELMO_LOOP_INLINE VelmoInstants firTwoSteps(const std::array<double, N>& h, double (&line)[2 * N],
+                                            const VelmoInstants& x) {
     VelmoInstants y;
     firTwoStepsChannel(h, line, x[0].l, x[1].l, y[0].l, y[1].l);
     firTwoStepsChannel(h, line + N, x[0].r, x[1].r, y[0].r, y[1].r);
@@ -93,8 +103,8 @@ inline VelmoInstants firTwoSteps(const std::array<double, N>& h, double (&line)[
 // low-passes: firTwoStepsChannel with x0 = x1, kept apart so that the compiler
 // sees that one element's product for tap k + 1 is the next one's for tap k.
 template <std::size_t N>
-inline void firHeldStepsChannel(const std::array<double, N>& h, double* line, double x,
-                                double* out0, double* out1) {
+VELMO_LOOP_INLINE void firHeldStepsChannel(const std::array<double, N>& h, double* line, double x,
+                                           double* out0, double* out1) {
     const double first = x * h[0] + line[1];
     for (std::size_t k = 0; k + 2 < N; ++k) line[k] = x * h[k] + (x * h[k + 1] + line[k + 2]);
     line[N - 2] = x * h[N - 2] + x * h[N - 1];
@@ -104,10 +114,61 @@ inline void firHeldStepsChannel(const std::array<double, N>& h, double* line, do
 }
 
 template <std::size_t N>
-inline void firHeldSteps(const std::array<double, N>& h, double (&line)[2 * N], double xL,
-                         double xR, double* out0L, double* out0R, double* out1L, double* out1R) {
+VELMO_LOOP_INLINE void firHeldSteps(const std::array<double, N>& h, double (&line)[2 * N],
+                                    double xL, double xR, double* out0L, double* out0R,
+                                    double* out1L, double* out1R) {
     firHeldStepsChannel(h, line, xL, out0L, out1L);
     firHeldStepsChannel(h, line + N, xR, out0R, out1R);
+}
+
+#ifdef VELMO_WIDE_LINES
+// The same passes built for 256-bit vectors, taken where the processor has
+// them. The loops are vectorised only across the taps of a transposed update,
+// independent lanes that each do the same multiplications and additions in the
+// same order, so both builds give the same bits.
+bool wideLinesAvailable() {
+    __builtin_cpu_init();
+    return __builtin_cpu_supports("avx");
+}
+
+const bool kWideLines = wideLinesAvailable();
+
+template <std::size_t N>
+__attribute__((target("avx"))) VelmoInstants firTwoStepsWide(const std::array<double, N>& h,
+                                                             double (&line)[2 * N],
+                                                             const VelmoInstants& x) {
+    return firTwoSteps(h, line, x);
+}
+
+template <std::size_t N>
+__attribute__((target("avx"))) void firHeldStepsWide(const std::array<double, N>& h,
+                                                     double (&line)[2 * N], double xL, double xR,
+                                                     double* out0L, double* out0R, double* out1L,
+                                                     double* out1R) {
+    firHeldSteps(h, line, xL, xR, out0L, out0R, out1L, out1R);
+}
+#endif
+
+// Each pass runs in the widest build the processor takes.
+template <std::size_t N>
+VelmoInstants runTwoSteps(const std::array<double, N>& h, double (&line)[2 * N],
+                          const VelmoInstants& x) {
+#ifdef VELMO_WIDE_LINES
+    if (kWideLines) return firTwoStepsWide(h, line, x);
+#endif
+    return firTwoSteps(h, line, x);
+}
+
+template <std::size_t N>
+void runHeldSteps(const std::array<double, N>& h, double (&line)[2 * N], double xL, double xR,
+                  double* out0L, double* out0R, double* out1L, double* out1R) {
+#ifdef VELMO_WIDE_LINES
+    if (kWideLines) {
+        firHeldStepsWide(h, line, xL, xR, out0L, out0R, out1L, out1R);
+        return;
+    }
+#endif
+    firHeldSteps(h, line, xL, xR, out0L, out0R, out1L, out1R);
 }
 
 // Two envelope steps of one channel, input x0 then x1. `u` holds the newest
@@ -149,38 +210,38 @@ void VelmoInit() {
 
 void VelmoOffhf(double inL, double inR, double* out0L, double* out0R, double* out1L,
                 double* out1R) {
-    firHeldSteps(sOff_hf, sOff_hf_d, inL, inR, out0L, out0R, out1L, out1R);
+    runHeldSteps(sOff_hf, sOff_hf_d, inL, inR, out0L, out0R, out1L, out1R);
 }
 
 void VelmoCDlf(double inL, double inR, double* out0L, double* out0R, double* out1L,
                double* out1R) {
-    firHeldSteps(sVelmoCDlf, sVelmoCDlf_d, inL, inR, out0L, out0R, out1L, out1R);
+    runHeldSteps(sVelmoCDlf, sVelmoCDlf_d, inL, inR, out0L, out0R, out1L, out1R);
 }
 
 void VelmoMP3lf(double inL, double inR, double* out0L, double* out0R, double* out1L,
                 double* out1R) {
-    firHeldSteps(sVelmoMP3lf, sVelmoMP3lf_d, inL, inR, out0L, out0R, out1L, out1R);
+    runHeldSteps(sVelmoMP3lf, sVelmoMP3lf_d, inL, inR, out0L, out0R, out1L, out1R);
 }
 
 VelmoInstants VelmoCDhf32(const VelmoInstants& in) {
-    return firTwoSteps(sVelmoCDhf32, sVelmoCDhf32_d, in);
+    return runTwoSteps(sVelmoCDhf32, sVelmoCDhf32_d, in);
 }
 
 VelmoInstants VelmoCDhf128(const VelmoInstants& in) {
-    return firTwoSteps(sVelmoCDhf128, sVelmoCDhf128_d, in);
+    return runTwoSteps(sVelmoCDhf128, sVelmoCDhf128_d, in);
 }
 
 VelmoInstants VelmoMP3hf32(const VelmoInstants& in) {
-    return firTwoSteps(sVelmoMP3hf32, sVelmoMP3hf32_d, in);
+    return runTwoSteps(sVelmoMP3hf32, sVelmoMP3hf32_d, in);
 }
 
 VelmoInstants VelmoMP3hf128(const VelmoInstants& in) {
-    return firTwoSteps(sVelmoMP3hf128, sVelmoMP3hf128_d, in);
+    return runTwoSteps(sVelmoMP3hf128, sVelmoMP3hf128_d, in);
 }
 
 VelmoInstants Velmohpf2(const VelmoInstants& in) {
     static double d[2 * 33];
-    return firTwoSteps(sVelmohpf2, d, in);
+    return runTwoSteps(sVelmohpf2, d, in);
 }
 
 VelmoInstants dec_am(const VelmoInstants& in) {
