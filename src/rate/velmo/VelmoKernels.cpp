@@ -7,29 +7,20 @@ namespace {
 constexpr double kCDGain = 10.0;
 constexpr double kMP3Gain = 40.0;
 
-// One output instant of an enhancer, from its low band: the rectified
-// envelope of the low band's upper treble is band-limited to above the split
-// and mixed in, and the output section smooths the sum.
-template <VelmoStereoStep HighBand, VelmoStereoStep Output>
-inline void enhanceInstant(double aL, double aR, double gain, double* outL, double* outR) {
-    double bL, bR, eL, eR, cL, cR;
-    Velmohpf2(aL, aR, &bL, &bR);
-    dec_am(bL, bR, &eL, &eR);
-    HighBand(eL, eR, &cL, &cR);
-    Output(aL + cL * gain, aR + cR * gain, outL, outR);
-}
-
-// The low band sees the input held for both instants and takes its two steps
-// at once; every other line then advances for the first instant and again for
-// the second. Each line sees the same inputs in the same order as with the
-// instants run one after the other, so the results are the same.
-template <VelmoHeldSteps LowBand, VelmoStereoStep HighBand, VelmoStereoStep Output>
+// The rectified envelope of the low band's upper treble is band-limited to
+// above the split and mixed in, and the output section smooths the sum. Each
+// line takes the steps of both output instants in one pass, the output section
+// one instant after the other: every line still sees the same inputs in the
+// same order as with the instants run one after the other, so the results are
+// the same.
+template <VelmoHeldSteps LowBand, VelmoTwoSteps HighBand, VelmoStereoStep Output>
 inline void enhance(double inL, double inR, double gain, double* outL0, double* outR0,
                     double* outL1, double* outR1) {
-    double a0L, a0R, a1L, a1R;
-    LowBand(inL, inR, &a0L, &a0R, &a1L, &a1R);
-    enhanceInstant<HighBand, Output>(a0L, a0R, gain, outL0, outR0);
-    enhanceInstant<HighBand, Output>(a1L, a1R, gain, outL1, outR1);
+    VelmoInstants a;
+    LowBand(inL, inR, &a[0].l, &a[0].r, &a[1].l, &a[1].r);
+    const VelmoInstants c = HighBand(dec_am(Velmohpf2(a)));
+    Output(a[0].l + c[0].l * gain, a[0].r + c[0].r * gain, outL0, outR0);
+    Output(a[1].l + c[1].l * gain, a[1].r + c[1].r * gain, outL1, outR1);
 }
 
 }  // namespace

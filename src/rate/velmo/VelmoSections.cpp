@@ -3,8 +3,19 @@
 #include <quorvex/Velmo.h>
 
 #include <cmath>
+#include <cstddef>
 
 #include "rate/velmo/VelmoTables.h"
+
+// On x86-64 the passes over the delay lines are built a second time for
+// 256-bit vectors (runTwoSteps, runHeldSteps); their loops are forced inline
+// so that each build gets its own copy.
+#if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
+#define VELMO_WIDE_LINES
+#define VELMO_LOOP_INLINE inline __attribute__((always_inline))
+#else
+#define VELMO_LOOP_INLINE inline
+#endif
 
 namespace {
 
@@ -62,17 +73,125 @@ inline void biquadStep(const VelmoBiquadCoeffs& c, BiquadState& s, double inL, d
     *outR = biquadChannel(c, s.dr11, s.dr12, inR);
 }
 
-// Shifts `x` in as the newest input and returns the Hilbert transform of the
-// last 17 inputs (the zero centre tap skipped); `delayed` receives the input
-// of eight frames back, the transformer's group delay.
-inline double hilbertStep(double (&u)[kDecAMTaps], double x, double* delayed) {
-    u[0] = x;
-    double h = sDecAM_hn[0] * u[0];
-    for (int k = 1; k < kDecAMCentre; ++k) h = h + sDecAM_hn[k] * u[k];
-    for (int k = kDecAMCentre + 1; k < kDecAMTaps; ++k) h = h + sDecAM_hn[k] * u[k];
-    *delayed = u[kDecAMCentre];
-    for (int k = kDecAMTaps - 1; k > 0; --k) u[k] = u[k - 1];
-    return h;
+// Two steps of one channel of an N-tap FIR in transposed form, input x0 then
+// x1, in one pass over the line. Each element receives the second step's
+// product added to what the first step left one place up, so every value is
+// formed by the same products and sums, in the same order, as with two single
+// steps. The current input is included: there is no extra frame of delay.
+template <std::size_t N>
+VELMO_LOOP_INLINE void firTwoStepsChannel(const std::array<double, N>& h, double* line, double x0,
+                                          double x1, double& y0, double& y1) {
+    y0 = x0 * h[0] + line[1];
+    for (std::size_t k = 0; k + 2 < N; ++k) line[k] = x1 * h[k] + (x0 * h[k + 1] + line[k + 2]);
+    line[N - 2] = x1 * h[N - 2] + x0 * h[N - 1];
+    line[N - 1] = x1 * h[N - 1];
+    y1 = line[0];
+}
+
+// The left channel's line is 0 .. N-1, the right's N .. 2N-1; they are
+// independent lanes.
+template <std::size_t N>
+VELMO_LOOP_INLINE VelmoInstants firTwoSteps(const std::array<double, N>& h, double (&line)[2 * N],
+                                            const VelmoInstants& x) {
+    VelmoInstants y;
+    firTwoStepsChannel(h, line, x[0].l, x[1].l, y[0].l, y[1].l);
+    firTwoStepsChannel(h, line + N, x[0].r, x[1].r, y[0].r, y[1].r);
+    return y;
+}
+
+// The two steps with the input held for both, as in the interpolating
+// low-passes: firTwoStepsChannel with x0 = x1, kept apart so that the compiler
+// sees that one element's product for tap k + 1 is the next one's for tap k.
+template <std::size_t N>
+VELMO_LOOP_INLINE void firHeldStepsChannel(const std::array<double, N>& h, double* line, double x,
+                                           double* out0, double* out1) {
+    const double first = x * h[0] + line[1];
+    for (std::size_t k = 0; k + 2 < N; ++k) line[k] = x * h[k] + (x * h[k + 1] + line[k + 2]);
+    line[N - 2] = x * h[N - 2] + x * h[N - 1];
+    line[N - 1] = x * h[N - 1];
+    *out0 = first;
+    *out1 = line[0];
+}
+
+template <std::size_t N>
+VELMO_LOOP_INLINE void firHeldSteps(const std::array<double, N>& h, double (&line)[2 * N],
+                                    double xL, double xR, double* out0L, double* out0R,
+                                    double* out1L, double* out1R) {
+    firHeldStepsChannel(h, line, xL, out0L, out1L);
+    firHeldStepsChannel(h, line + N, xR, out0R, out1R);
+}
+
+#ifdef VELMO_WIDE_LINES
+// The same passes built for 256-bit vectors, taken where the processor has
+// them. The loops are vectorised only across the taps of a transposed update,
+// independent lanes that each do the same multiplications and additions in the
+// same order, so both builds give the same bits.
+bool wideLinesAvailable() {
+    __builtin_cpu_init();
+    return __builtin_cpu_supports("avx");
+}
+
+const bool kWideLines = wideLinesAvailable();
+
+template <std::size_t N>
+__attribute__((target("avx"))) VelmoInstants firTwoStepsWide(const std::array<double, N>& h,
+                                                             double (&line)[2 * N],
+                                                             const VelmoInstants& x) {
+    return firTwoSteps(h, line, x);
+}
+
+template <std::size_t N>
+__attribute__((target("avx"))) void firHeldStepsWide(const std::array<double, N>& h,
+                                                     double (&line)[2 * N], double xL, double xR,
+                                                     double* out0L, double* out0R, double* out1L,
+                                                     double* out1R) {
+    firHeldSteps(h, line, xL, xR, out0L, out0R, out1L, out1R);
+}
+#endif
+
+// Each pass runs in the widest build the processor takes.
+template <std::size_t N>
+VelmoInstants runTwoSteps(const std::array<double, N>& h, double (&line)[2 * N],
+                          const VelmoInstants& x) {
+#ifdef VELMO_WIDE_LINES
+    if (kWideLines) return firTwoStepsWide(h, line, x);
+#endif
+    return firTwoSteps(h, line, x);
+}
+
+template <std::size_t N>
+void runHeldSteps(const std::array<double, N>& h, double (&line)[2 * N], double xL, double xR,
+                  double* out0L, double* out0R, double* out1L, double* out1R) {
+#ifdef VELMO_WIDE_LINES
+    if (kWideLines) {
+        firHeldStepsWide(h, line, xL, xR, out0L, out0R, out1L, out1R);
+        return;
+    }
+#endif
+    firHeldSteps(h, line, xL, xR, out0L, out0R, out1L, out1R);
+}
+
+// Two envelope steps of one channel, input x0 then x1. `u` holds the newest
+// input in u[0] and u[1] and older ones above; the transform sums its window
+// (newest first, zero centre tap skipped) in increasing k, and the in-phase
+// part is the input eight frames back, the transformer's group delay.
+inline void envelopeTwoSteps(double (&u)[kDecAMTaps], double x0, double x1, double& y0,
+                             double& y1) {
+    double h0 = sDecAM_hn[0] * x0;
+    double h1 = sDecAM_hn[0] * x1;
+    h1 = h1 + sDecAM_hn[1] * x0;
+    for (int k = 1; k < kDecAMTaps; ++k)
+        if (k != kDecAMCentre) h0 = h0 + sDecAM_hn[k] * u[k];
+    for (int k = 2; k < kDecAMTaps; ++k)
+        if (k != kDecAMCentre) h1 = h1 + sDecAM_hn[k] * u[k - 1];
+    // The sum of the two absolute values, not the Euclidean magnitude: this
+    // rectification is what creates the new high-frequency content.
+    y0 = std::fabs(u[kDecAMCentre]) + std::fabs(h0);
+    y1 = std::fabs(u[kDecAMCentre - 1]) + std::fabs(h1);
+    for (int k = kDecAMTaps - 1; k > 2; --k) u[k] = u[k - 2];
+    u[2] = x0;
+    u[1] = x1;
+    u[0] = x1;
 }
 
 }  // namespace
@@ -91,48 +210,45 @@ void VelmoInit() {
 
 void VelmoOffhf(double inL, double inR, double* out0L, double* out0R, double* out1L,
                 double* out1R) {
-    velmoFirHeldSteps(sOff_hf, sOff_hf_d, inL, inR, out0L, out0R, out1L, out1R);
+    runHeldSteps(sOff_hf, sOff_hf_d, inL, inR, out0L, out0R, out1L, out1R);
 }
 
 void VelmoCDlf(double inL, double inR, double* out0L, double* out0R, double* out1L,
                double* out1R) {
-    velmoFirHeldSteps(sVelmoCDlf, sVelmoCDlf_d, inL, inR, out0L, out0R, out1L, out1R);
-}
-
-void VelmoCDhf32(double inL, double inR, double* outL, double* outR) {
-    velmoFirStep(sVelmoCDhf32, sVelmoCDhf32_d, inL, inR, outL, outR);
-}
-
-void VelmoCDhf128(double inL, double inR, double* outL, double* outR) {
-    velmoFirStep(sVelmoCDhf128, sVelmoCDhf128_d, inL, inR, outL, outR);
+    runHeldSteps(sVelmoCDlf, sVelmoCDlf_d, inL, inR, out0L, out0R, out1L, out1R);
 }
 
 void VelmoMP3lf(double inL, double inR, double* out0L, double* out0R, double* out1L,
                 double* out1R) {
-    velmoFirHeldSteps(sVelmoMP3lf, sVelmoMP3lf_d, inL, inR, out0L, out0R, out1L, out1R);
+    runHeldSteps(sVelmoMP3lf, sVelmoMP3lf_d, inL, inR, out0L, out0R, out1L, out1R);
 }
 
-void VelmoMP3hf32(double inL, double inR, double* outL, double* outR) {
-    velmoFirStep(sVelmoMP3hf32, sVelmoMP3hf32_d, inL, inR, outL, outR);
+VelmoInstants VelmoCDhf32(const VelmoInstants& in) {
+    return runTwoSteps(sVelmoCDhf32, sVelmoCDhf32_d, in);
 }
 
-void VelmoMP3hf128(double inL, double inR, double* outL, double* outR) {
-    velmoFirStep(sVelmoMP3hf128, sVelmoMP3hf128_d, inL, inR, outL, outR);
+VelmoInstants VelmoCDhf128(const VelmoInstants& in) {
+    return runTwoSteps(sVelmoCDhf128, sVelmoCDhf128_d, in);
 }
 
-void Velmohpf2(double inL, double inR, double* outL, double* outR) {
+VelmoInstants VelmoMP3hf32(const VelmoInstants& in) {
+    return runTwoSteps(sVelmoMP3hf32, sVelmoMP3hf32_d, in);
+}
+
+VelmoInstants VelmoMP3hf128(const VelmoInstants& in) {
+    return runTwoSteps(sVelmoMP3hf128, sVelmoMP3hf128_d, in);
+}
+
+VelmoInstants Velmohpf2(const VelmoInstants& in) {
     static double d[2 * 33];
-    velmoFirStep(sVelmohpf2, d, inL, inR, outL, outR);
+    return runTwoSteps(sVelmohpf2, d, in);
 }
 
-// The sum of the two absolute values, not the Euclidean magnitude: this
-// rectification is what creates the new high-frequency content.
-void dec_am(double inL, double inR, double* outL, double* outR) {
-    double cL, cR;
-    const double hL = hilbertStep(sDecAM_ul, inL, &cL);
-    const double hR = hilbertStep(sDecAM_ur, inR, &cR);
-    *outL = std::fabs(cL) + std::fabs(hL);
-    *outR = std::fabs(cR) + std::fabs(hR);
+VelmoInstants dec_am(const VelmoInstants& in) {
+    VelmoInstants y;
+    envelopeTwoSteps(sDecAM_ul, in[0].l, in[1].l, y[0].l, y[1].l);
+    envelopeTwoSteps(sDecAM_ur, in[0].r, in[1].r, y[0].r, y[1].r);
+    return y;
 }
 
 void VelmoCDlpf2(double inL, double inR, double* outL, double* outR) {

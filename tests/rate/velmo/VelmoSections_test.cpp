@@ -9,19 +9,28 @@
 
 // Every case runs in a fresh process (CTest), where all history is zero.
 
-TEST(VelmoDecAM, ImpulseThenConstant) {
+// A left impulse in a call's first instant and a right one in its second: the
+// two steps of a call see their own windows, the second one shifted by the first.
+TEST(VelmoDecAM, ImpulseResponseOfEitherInstantThenConstant) {
     const double head[] = {0.00083198151, 0.0087884589, 0.00215167268, 0.0442372131, 0.00300498354,
                            0.148255084,   0.00224952742, 0.612373948, 1.0};
-    double l, r;
-    for (std::size_t k = 0; k < 20; ++k) {
-        dec_am(k == 0 ? 1.0 : 0.0, 0.0, &l, &r);
-        EXPECT_EQ(l, k < 9 ? head[k] : k < 17 ? std::fabs(sDecAM_hn[k]) : 0.0) << k;
-        EXPECT_EQ(r, 0.0) << k;
+    const auto response = [&](int k) {
+        return k < 0 ? 0.0 : k < 9 ? head[k] : k < 17 ? std::fabs(sDecAM_hn[k]) : 0.0;
+    };
+    for (int k = 0; k < 20; k += 2) {
+        const VelmoInstants y = dec_am({{{k == 0 ? 1.0 : 0.0, 0.0}, {0.0, k == 0 ? 1.0 : 0.0}}});
+        for (int i = 0; i < 2; ++i) {
+            EXPECT_EQ(y[i].l, response(k + i)) << k + i;
+            EXPECT_EQ(y[i].r, response(k + i - 1)) << k + i;
+        }
     }
     // The odd-symmetric taps cancel a constant, leaving its magnitude.
-    for (int k = 0; k < 17; ++k) dec_am(-0.25, 0.75, &l, &r);
-    EXPECT_NEAR(l, 0.25, 1e-16);
-    EXPECT_NEAR(r, 0.75, 1e-16);
+    VelmoInstants y{};
+    for (int k = 0; k < 9; ++k) y = dec_am({{{-0.25, 0.75}, {-0.25, 0.75}}});
+    for (const VelmoFrame& f : y) {
+        EXPECT_NEAR(f.l, 0.25, 1e-16);
+        EXPECT_NEAR(f.r, 0.75, 1e-16);
+    }
 }
 
 // The same coefficients in two sections do not mean a shared history.
