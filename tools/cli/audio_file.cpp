@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstdint>
 #include <cstring>
+#include <sstream>
 #include <utility>
 
 namespace {
@@ -28,16 +29,20 @@ std::string withoutFullStop(std::string text) {
 }
 
 // libsndfile opens a WAV or AIFF file whose audio chunk is cut short and
-// notes it in its log; a file that ends early is an error here, not audio.
+// notes it in its log, on the chunk's line ("data : 352800 (should be
+// 176400)"; AIFF chunks are indented); a file that ends early is an error
+// here, not audio.
 bool logShowsShortAudioChunk(SNDFILE* file) {
     char log[8192] = {0};
     sf_command(file, SFC_GET_LOG_INFO, log, sizeof log);
-    for (const char* chunk : {"\ndata :", "\nSSND :"}) {
-        const char* line = std::strstr(log, chunk);
-        if (line == nullptr) continue;
-        const char* end = std::strchr(line + 1, '\n');
-        const std::string text(line, end ? end : line + std::strlen(line));
-        if (text.find("should be") != std::string::npos) return true;
+    std::istringstream lines(log);
+    std::string line;
+    while (std::getline(lines, line)) {
+        const size_t start = line.find_first_not_of(' ');
+        if (start == std::string::npos) continue;
+        const std::string chunk = line.substr(start, 6);
+        if ((chunk == "data :" || chunk == "SSND :") && line.find("should be") != std::string::npos)
+            return true;
     }
     return false;
 }

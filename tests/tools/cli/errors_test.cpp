@@ -63,6 +63,13 @@ const BadRun kBadRuns[] = {
          return processArgs(dir, "in.flac", "out.flac", "alc");
      },
      "truncated"},
+    {"TruncatedAiff",
+     [](const ScratchDir& dir) {
+         writeStereo(dir, "in.aiff", SF_FORMAT_AIFF | SF_FORMAT_PCM_24);
+         cutFile(dir.file("in.aiff"), 0.5);
+         return processArgs(dir, "in.aiff", "out.aiff", "alc");
+     },
+     "truncated"},
     {"MoreThanTwoChannels",
      [](const ScratchDir& dir) {
          writeAudio(dir.file("in.wav"), SF_FORMAT_WAV | SF_FORMAT_PCM_16, kRate, 3,
