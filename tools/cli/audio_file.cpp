@@ -11,6 +11,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <sstream>
 #include <utility>
@@ -28,6 +29,13 @@ std::string withoutFullStop(std::string text) {
     return text;
 }
 
+// A writer that cannot seek back to its header, as into a pipe, leaves one
+// of these in place of the audio chunk's size; the audio then runs to the
+// end of the file.
+bool isPlaceholderSize(unsigned long long size) {
+    return size == 0xFFFFFFFF || size == 0x7FFFF000 || size == 0x7F000008;
+}
+
 // libsndfile opens a WAV or AIFF file whose audio chunk is cut short and
 // notes it in its log, on the chunk's line ("data : 352800 (should be
 // 176400)"; AIFF chunks are indented); a file that ends early is an error
@@ -42,7 +50,7 @@ bool logShowsShortAudioChunk(SNDFILE* file) {
         if (start == std::string::npos) continue;
         const std::string chunk = line.substr(start, 6);
         if ((chunk == "data :" || chunk == "SSND :") && line.find("should be") != std::string::npos)
-            return true;
+            return !isPlaceholderSize(std::strtoull(line.c_str() + start + 6, nullptr, 10));
     }
     return false;
 }
