@@ -157,6 +157,13 @@ const BadRun kBadRuns[] = {
          return args;
      },
      "choose 16, 24, 32 or float"},
+    {"EmptyDepth",
+     [](const ScratchDir& dir) {
+         auto args = goodInput(dir, "out.wav", "alc");
+         args.push_back("--bits=");
+         return args;
+     },
+     "--bits needs a value"},
 };
 
 void PrintTo(const BadRun& bad, std::ostream* out) { *out << bad.name; }
