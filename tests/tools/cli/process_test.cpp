@@ -204,6 +204,26 @@ TEST(CliProcess, ProgressShowsOnATerminalUnlessQuiet) {
     EXPECT_EQ(hidden.err, "");
 }
 
+// A run that fails once the bar is drawn ends the bar's line first, so the
+// error stands on a line of its own.
+TEST(CliProcess, ErrorAfterTheProgressBarStartsOnItsOwnLine) {
+    ScratchDir dir;
+    const int seconds = 40;  // long enough for the bar to be drawn before the damage is met
+    writeAudio(dir.file("in.flac"), SF_FORMAT_FLAC | SF_FORMAT_PCM_16, kRate, 2,
+               musicLike(seconds * kRate, 2, kRate));
+    const std::string whole = fileBytes(dir.file("in.flac"));
+    writeText(dir.file("in.flac"), whole.substr(0, whole.size() * 9 / 10));
+    RunOptions terminal;
+    terminal.stderrIsTerminal = true;
+    const RunResult run = runQuorvex(
+        {"process", dir.file("in.flac"), dir.file("out.wav"), "--chain", "velmo resample:96000"}, terminal);
+    ASSERT_EQ(run.status, 1) << run.err;
+    ASSERT_NE(run.err.find("%"), std::string::npos) << "no progress bar was drawn: " << run.err;
+    const size_t message = run.err.find("quorvex: ");
+    ASSERT_TRUE(message != std::string::npos && message > 0) << run.err;
+    EXPECT_EQ(run.err[message - 1], '\n') << run.err;
+}
+
 // The integer adapter's buffers hold twice the output; a chain that goes
 // higher in between still runs.
 TEST(CliProcess, ChainRisingAboveTwiceItsOutputRateRunsOnIntegerSources) {
