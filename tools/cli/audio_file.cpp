@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cctype>
+#include <cmath>
 #include <cerrno>
 #include <climits>
 #include <csignal>
@@ -72,6 +73,19 @@ int32_t unpackSample(const unsigned char* bytes, int bits) {
     uint32_t value = 0;
     for (int i = 0; i < bits / 8; ++i) value |= static_cast<uint32_t>(bytes[i]) << (8 * i);
     return static_cast<int32_t>(value << (32 - bits));
+}
+
+// A left-justified sample as a count of steps of a `bits`-bit depth.
+int32_t leftJustified(double steps, int bits) {
+    const double most = std::ldexp(1.0, bits - 1);
+    const double clamped = std::fmin(std::fmax(std::floor(steps + 0.5), -most), most - 1.0);
+    return static_cast<int32_t>(static_cast<uint32_t>(static_cast<int64_t>(clamped)) << (32 - bits));
+}
+
+// libsndfile narrows by dropping the low bits, which always rounds down and
+// offsets the audio by half a step; the nearest step of `bits` instead.
+int32_t roundedTo(int32_t sample, int bits) {
+    return leftJustified(std::ldexp(static_cast<double>(sample), bits - 32), bits);
 }
 
 }  // namespace
@@ -209,6 +223,16 @@ int subtypeFor(SampleEncoding encoding) {
     return 0;
 }
 
+int integerBitsOf(SampleEncoding encoding) {
+    switch (encoding) {
+        case SampleEncoding::Pcm16: return 16;
+        case SampleEncoding::Pcm24: return 24;
+        case SampleEncoding::Pcm32: return 32;
+        case SampleEncoding::Float: return 0;
+    }
+    return 0;
+}
+
 std::string directoryOf(const std::string& path) {
     const size_t slash = path.find_last_of('/');
     if (slash == std::string::npos) return ".";
@@ -271,7 +295,7 @@ OutputFile::OutputFile(const std::string& path, int rate, SampleEncoding encodin
         releaseTempFile();
         throw CliError("cannot write " + path + ": " + withoutFullStop(sf_strerror(nullptr)));
     }
-    if (encoding != SampleEncoding::Float) sf_command(file, SFC_SET_CLIPPING, nullptr, SF_TRUE);
+    fileBits = integerBitsOf(encoding);
 }
 
 OutputFile::~OutputFile() {
@@ -291,13 +315,23 @@ void OutputFile::written(sf_count_t wanted, sf_count_t done) {
 
 void OutputFile::writeStereo(const double* samples, sf_count_t frames) {
     errno = 0;
-    written(frames, sf_writef_double(file, samples, frames));
+    if (fileBits == 0) {
+        written(frames, sf_writef_double(file, samples, frames));
+        return;
+    }
+    const size_t count = static_cast<size_t>(2 * frames);
+    if (unpacked.size() < count) unpacked.resize(count);
+    for (size_t i = 0; i < count; ++i) unpacked[i] = leftJustified(std::ldexp(samples[i], fileBits - 1), fileBits);
+    written(frames, sf_writef_int(file, unpacked.data(), frames));
 }
 
 void OutputFile::writeStereoPcm(const unsigned char* bytes, sf_count_t frames, int bits) {
     const size_t count = static_cast<size_t>(2 * frames);
     if (unpacked.size() < count) unpacked.resize(count);
-    for (size_t i = 0; i < count; ++i) unpacked[i] = unpackSample(bytes + i * (bits / 8), bits);
+    for (size_t i = 0; i < count; ++i) {
+        unpacked[i] = unpackSample(bytes + i * (bits / 8), bits);
+        if (fileBits != 0 && fileBits < bits) unpacked[i] = roundedTo(unpacked[i], fileBits);
+    }
     errno = 0;
     written(frames, sf_writef_int(file, unpacked.data(), frames));
 }

@@ -112,6 +112,31 @@ TEST(CliRoundTrip, FileWrittenThroughAPipeIsReadToItsEnd) {
     }
 }
 
+// Fewer bits out than in: each sample goes to the nearest step of the new
+// depth, never always down, which would add half a step of offset.
+TEST(CliRoundTrip, FewerBitsRoundToTheNearestStep) {
+    struct Case {
+        int format;
+        const char* bits;
+    };
+    for (const Case& c : {Case{SF_FORMAT_PCM_24, "16"}, Case{SF_FORMAT_FLOAT, "16"}, Case{SF_FORMAT_FLOAT, "24"}}) {
+        const RoundTrip trip = roundTrip("in.wav", SF_FORMAT_WAV | c.format, 2, "out.wav", {"--bits", c.bits});
+        ASSERT_EQ(trip.run.status, 0) << trip.run.err;
+        ASSERT_EQ(trip.out.values.size(), trip.in.values.size());
+        const double step = std::ldexp(1.0, 1 - std::atoi(c.bits));
+        const double allowed = 0.5 + std::ldexp(1.0, -7);  // the integer road may move one 24-bit step
+        double worst = 0.0;
+        double offset = 0.0;
+        for (size_t i = 0; i < trip.in.values.size(); ++i) {
+            const double error = (trip.out.values[i] - trip.in.values[i]) / step;
+            worst = std::fmax(worst, std::fabs(error));
+            offset += error / static_cast<double>(trip.in.values.size());
+        }
+        EXPECT_LE(worst, allowed) << c.format << " to " << c.bits << " bits";
+        EXPECT_LT(std::fabs(offset), 0.05) << c.format << " to " << c.bits << " bits";
+    }
+}
+
 TEST(CliProcess, EnhancerDoublesTheRateAndWrites24Bits) {
     ScratchDir dir;
     writeAudio(dir.file("in.flac"), SF_FORMAT_FLAC | SF_FORMAT_PCM_16, kRate, 2,
