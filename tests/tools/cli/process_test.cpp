@@ -191,6 +191,22 @@ TEST(CliProcess, RateConvertersLineUpWithTheirInputFromEndToEnd) {
     }
 }
 
+// Files shorter than the tool's block, on the integer road through chains
+// that rise above their output rate on the way.
+TEST(CliProcess, FilesShorterThanOneBlockRunThroughRisingChains) {
+    ScratchDir dir;
+    for (const int frames : {1, 2100, 3000, 4095}) {
+        writeAudio(dir.file("in.wav"), SF_FORMAT_WAV | SF_FORMAT_PCM_16, kRate, 2, musicLike(frames, 2, kRate));
+        for (const char* chain : {"velmo decimate", "velmo resample:48000", "velmo:enhance=off decimate"}) {
+            const RunResult run = runQuorvex({"process", dir.file("in.wav"), dir.file("out.wav"), "--chain", chain});
+            ASSERT_EQ(run.status, 0) << frames << " frames, " << chain << ": " << run.err;
+            const Audio out = readAudio(dir.file("out.wav"));
+            EXPECT_EQ(out.info.frames, static_cast<long long>(frames) * out.info.samplerate / kRate)
+                << frames << " frames, " << chain;
+        }
+    }
+}
+
 // Integers cannot hold overs; the 24-bit conversion would wrap them to the
 // opposite sign, so they are clipped and the user is told.
 TEST(CliProcess, OversOnTheWayToIntegersAreClippedNotWrapped) {
