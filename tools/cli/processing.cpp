@@ -115,6 +115,7 @@ public:
           in(2 * blockFrames, chain.input().rate, chain.input().bits),
           out(doublesForWidestBlock(chain, blockFrames), chain.output().rate, chain.output().bits) {}
 
+private:
     long long read(InputFile& file) override { return file.readStereo(in.data, blockFrames); }
 
     void runAndWrite(long long frames, OutputFile& target) override {
@@ -129,7 +130,6 @@ public:
         target.writeStereo(out.data + 2 * span.first, span.count);
     }
 
-private:
     void silenceFrom(long long first) override {
         std::fill(in.data + 2 * first, in.data + 2 * blockFrames, 0.0);
     }
@@ -183,6 +183,7 @@ public:
         filter = adapter.get();
     }
 
+private:
     long long read(InputFile& file) override {
         return file.readStereoPcm(in.data(), blockFrames, chain.input().bits);
     }
@@ -199,7 +200,6 @@ public:
         target.writeStereoPcm(out.data() + span.first * bytesFor(1, to.bits), span.count, to.bits);
     }
 
-private:
     void silenceFrom(long long first) override {
         std::fill(in.begin() + bytesFor(first, chain.input().bits), in.end(), 0);
     }
