@@ -6,12 +6,15 @@
 #include <unistd.h>
 
 #include <cctype>
+#include <cmath>
 #include <cerrno>
 #include <climits>
 #include <csignal>
 #include <cstdio>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <utility>
 
 namespace {
@@ -27,17 +30,28 @@ std::string withoutFullStop(std::string text) {
     return text;
 }
 
+// A writer that cannot seek back to its header, as into a pipe, leaves one
+// of these in place of the audio chunk's size; the audio then runs to the
+// end of the file.
+bool isPlaceholderSize(unsigned long long size) {
+    return size == 0xFFFFFFFF || size == 0x7FFFF000 || size == 0x7F000008;
+}
+
 // libsndfile opens a WAV or AIFF file whose audio chunk is cut short and
-// notes it in its log; a file that ends early is an error here, not audio.
+// notes it in its log, on the chunk's line ("data : 352800 (should be
+// 176400)"; AIFF chunks are indented); a file that ends early is an error
+// here, not audio.
 bool logShowsShortAudioChunk(SNDFILE* file) {
     char log[8192] = {0};
     sf_command(file, SFC_GET_LOG_INFO, log, sizeof log);
-    for (const char* chunk : {"\ndata :", "\nSSND :"}) {
-        const char* line = std::strstr(log, chunk);
-        if (line == nullptr) continue;
-        const char* end = std::strchr(line + 1, '\n');
-        const std::string text(line, end ? end : line + std::strlen(line));
-        if (text.find("should be") != std::string::npos) return true;
+    std::istringstream lines(log);
+    std::string line;
+    while (std::getline(lines, line)) {
+        const size_t start = line.find_first_not_of(' ');
+        if (start == std::string::npos) continue;
+        const std::string chunk = line.substr(start, 6);
+        if ((chunk == "data :" || chunk == "SSND :") && line.find("should be") != std::string::npos)
+            return !isPlaceholderSize(std::strtoull(line.c_str() + start + 6, nullptr, 10));
     }
     return false;
 }
@@ -59,6 +73,19 @@ int32_t unpackSample(const unsigned char* bytes, int bits) {
     uint32_t value = 0;
     for (int i = 0; i < bits / 8; ++i) value |= static_cast<uint32_t>(bytes[i]) << (8 * i);
     return static_cast<int32_t>(value << (32 - bits));
+}
+
+// A left-justified sample as a count of steps of a `bits`-bit depth.
+int32_t leftJustified(double steps, int bits) {
+    const double most = std::ldexp(1.0, bits - 1);
+    const double clamped = std::fmin(std::fmax(std::floor(steps + 0.5), -most), most - 1.0);
+    return static_cast<int32_t>(static_cast<uint32_t>(static_cast<int64_t>(clamped)) << (32 - bits));
+}
+
+// libsndfile narrows by dropping the low bits, which always rounds down and
+// offsets the audio by half a step; the nearest step of `bits` instead.
+int32_t roundedTo(int32_t sample, int bits) {
+    return leftJustified(std::ldexp(static_cast<double>(sample), bits - 32), bits);
 }
 
 }  // namespace
@@ -196,6 +223,16 @@ int subtypeFor(SampleEncoding encoding) {
     return 0;
 }
 
+int integerBitsOf(SampleEncoding encoding) {
+    switch (encoding) {
+        case SampleEncoding::Pcm16: return 16;
+        case SampleEncoding::Pcm24: return 24;
+        case SampleEncoding::Pcm32: return 32;
+        case SampleEncoding::Float: return 0;
+    }
+    return 0;
+}
+
 std::string directoryOf(const std::string& path) {
     const size_t slash = path.find_last_of('/');
     if (slash == std::string::npos) return ".";
@@ -258,7 +295,7 @@ OutputFile::OutputFile(const std::string& path, int rate, SampleEncoding encodin
         releaseTempFile();
         throw CliError("cannot write " + path + ": " + withoutFullStop(sf_strerror(nullptr)));
     }
-    if (encoding != SampleEncoding::Float) sf_command(file, SFC_SET_CLIPPING, nullptr, SF_TRUE);
+    fileBits = integerBitsOf(encoding);
 }
 
 OutputFile::~OutputFile() {
@@ -278,13 +315,23 @@ void OutputFile::written(sf_count_t wanted, sf_count_t done) {
 
 void OutputFile::writeStereo(const double* samples, sf_count_t frames) {
     errno = 0;
-    written(frames, sf_writef_double(file, samples, frames));
+    if (fileBits == 0) {
+        written(frames, sf_writef_double(file, samples, frames));
+        return;
+    }
+    const size_t count = static_cast<size_t>(2 * frames);
+    if (unpacked.size() < count) unpacked.resize(count);
+    for (size_t i = 0; i < count; ++i) unpacked[i] = leftJustified(std::ldexp(samples[i], fileBits - 1), fileBits);
+    written(frames, sf_writef_int(file, unpacked.data(), frames));
 }
 
 void OutputFile::writeStereoPcm(const unsigned char* bytes, sf_count_t frames, int bits) {
     const size_t count = static_cast<size_t>(2 * frames);
     if (unpacked.size() < count) unpacked.resize(count);
-    for (size_t i = 0; i < count; ++i) unpacked[i] = unpackSample(bytes + i * (bits / 8), bits);
+    for (size_t i = 0; i < count; ++i) {
+        unpacked[i] = unpackSample(bytes + i * (bits / 8), bits);
+        if (fileBits != 0 && fileBits < bits) unpacked[i] = roundedTo(unpacked[i], fileBits);
+    }
     errno = 0;
     written(frames, sf_writef_int(file, unpacked.data(), frames));
 }

@@ -76,6 +76,7 @@ private:
     std::string tempPath;
     SNDFILE* file = nullptr;
     int syncFd = -1;
+    int fileBits = 0;  // the integer depth written, 0 for float
     std::vector<int> unpacked;
 };
 

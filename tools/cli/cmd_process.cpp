@@ -9,19 +9,20 @@
 
 namespace {
 
-// The value of an option given as "--name value" or "--name=value".
+// The value of an option given as "--name value" or "--name=value"; an
+// empty one would pass for an option not given.
 bool takeOption(const Arguments& args, size_t& i, const std::string& name, std::string& value) {
     const std::string& arg = args[i];
     if (arg == name) {
         if (i + 1 >= args.size()) throw UsageError(name + " needs a value");
         value = args[++i];
-        return true;
-    }
-    if (arg.rfind(name + "=", 0) == 0) {
+    } else if (arg.rfind(name + "=", 0) == 0) {
         value = arg.substr(name.size() + 1);
-        return true;
+    } else {
+        return false;
     }
-    return false;
+    if (value.empty()) throw UsageError(name + " needs a value");
+    return true;
 }
 
 ProcessRequest parseArguments(const Arguments& args) {

@@ -26,25 +26,42 @@ public:
           toSkip(std::llround(chain.latencySeconds() * chain.output().rate)) {}
     virtual ~BlockRunner() = default;
 
-    // Reads up to one block; returns the frames read, 0 at the end of the input.
-    virtual long long read(InputFile& file) = 0;
-    virtual void runAndWrite(long long frames, OutputFile& target) = 0;
+    // Runs the next block of the input; false at its end. The last block,
+    // when short, is topped up with silence as the tail is: the integer
+    // adapter sizes its buffers by the first block it sees, and a whole
+    // block after a short first one may not fit.
+    bool runNext(InputFile& file, OutputFile& target) {
+        const long long frames = read(file);
+        if (frames == 0) return false;
+        framesIn += frames;
+        if (frames < blockFrames) {
+            silenceFrom(frames);
+            endInput();
+        }
+        runAndWrite(blockFrames, target);
+        return true;
+    }
 
+    long long framesRead() const { return framesIn; }
     // Samples over full scale that were clipped on their way to integers.
     long long clippedSamples() const { return clipped; }
 
-    // Pushes the delayed tail out once all `framesIn` input frames have run.
-    void flush(long long framesIn, OutputFile& target) {
-        expected = framesIn * chain.output().rate / chain.input().rate;
+    // Pushes the delayed tail out once the whole input has run.
+    void flush(OutputFile& target) {
+        endInput();
         long long budget = std::llround(chain.latencySeconds() * chain.input().rate) + blockFrames;
         for (; written < expected && budget > 0; budget -= blockFrames) {
-            silence();
+            silenceFrom(0);
             runAndWrite(blockFrames, target);
         }
     }
 
 protected:
-    virtual void silence() = 0;
+    // Reads up to one block; returns the frames read, 0 at the end of the input.
+    virtual long long read(InputFile& file) = 0;
+    virtual void runAndWrite(long long frames, OutputFile& target) = 0;
+    // Fills the block with silence from frame `first` on.
+    virtual void silenceFrom(long long first) = 0;
 
     struct Span {
         long long first;
@@ -64,7 +81,10 @@ protected:
     long long clipped = 0;
 
 private:
+    void endInput() { expected = framesIn * chain.output().rate / chain.input().rate; }
+
     long long toSkip;
+    long long framesIn = 0;
     long long expected = std::numeric_limits<long long>::max();
     long long written = 0;
 };
@@ -95,6 +115,7 @@ public:
           in(2 * blockFrames, chain.input().rate, chain.input().bits),
           out(doublesForWidestBlock(chain, blockFrames), chain.output().rate, chain.output().bits) {}
 
+private:
     long long read(InputFile& file) override { return file.readStereo(in.data, blockFrames); }
 
     void runAndWrite(long long frames, OutputFile& target) override {
@@ -109,8 +130,9 @@ public:
         target.writeStereo(out.data + 2 * span.first, span.count);
     }
 
-private:
-    void silence() override { std::fill(in.data, in.data + 2 * blockFrames, 0.0); }
+    void silenceFrom(long long first) override {
+        std::fill(in.data + 2 * first, in.data + 2 * blockFrames, 0.0);
+    }
 
     const bool toIntegers;
     RealAudioBuffer in;
@@ -161,6 +183,7 @@ public:
         filter = adapter.get();
     }
 
+private:
     long long read(InputFile& file) override {
         return file.readStereoPcm(in.data(), blockFrames, chain.input().bits);
     }
@@ -177,8 +200,9 @@ public:
         target.writeStereoPcm(out.data() + span.first * bytesFor(1, to.bits), span.count, to.bits);
     }
 
-private:
-    void silence() override { std::fill(in.begin(), in.end(), 0); }
+    void silenceFrom(long long first) override {
+        std::fill(in.begin() + bytesFor(first, chain.input().bits), in.end(), 0);
+    }
 
     std::unique_ptr<ChainGuard> guard;
     std::unique_ptr<DataTypeConversionFilter> adapter;
@@ -228,17 +252,12 @@ ProcessResult processFile(const ProcessRequest& request) {
     else
         runner = std::make_unique<DoubleRunner>(chain, blockFrames, encoding != SampleEncoding::Float);
     Progress progress(request.showProgress, in.info().frames, in.info().samplerate);
-    long long framesIn = 0;
-    while (const long long frames = runner->read(in)) {
-        runner->runAndWrite(frames, out);
-        framesIn += frames;
-        progress.update(framesIn);
-    }
+    while (runner->runNext(in, out)) progress.update(runner->framesRead());
     in.requireFullyRead();
-    runner->flush(framesIn, out);
+    runner->flush(out);
     out.commit();
     progress.finish();
 
     return ProcessResult{chain.input(),  chain.output(), encodingName(encoding),   chain.name(),
-                         framesIn,       progress.elapsedSeconds(), runner->clippedSamples()};
+                         runner->framesRead(), progress.elapsedSeconds(), runner->clippedSamples()};
 }

@@ -13,6 +13,10 @@ Progress::Progress(bool visible, long long totalFrames, int rate)
     : visible(visible), totalFrames(totalFrames), rate(rate),
       start(std::chrono::steady_clock::now()), lastDrawn(start) {}
 
+Progress::~Progress() {
+    if (lineOpen) std::fputc('\n', stderr);
+}
+
 double Progress::elapsedSeconds() const {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
@@ -33,6 +37,7 @@ void Progress::finish() {
     if (!visible) return;
     draw(totalFrames);
     std::fputc('\n', stderr);
+    lineOpen = false;
 }
 
 void Progress::draw(long long framesDone) {
@@ -46,4 +51,5 @@ void Progress::draw(long long framesDone) {
                  static_cast<int>(fraction * 100.0), elapsed / 60, elapsed % 60,
                  realtimeFactor(framesDone));
     std::fflush(stderr);
+    lineOpen = true;
 }

@@ -9,6 +9,10 @@
 class Progress {
 public:
     Progress(bool visible, long long totalFrames, int rate);
+    // Ends a bar left unfinished by an error, so the message gets a line of its own.
+    ~Progress();
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
 
     void update(long long framesDone);
     void finish();
@@ -20,6 +24,7 @@ private:
     void draw(long long framesDone);
 
     bool visible;
+    bool lineOpen = false;  // a bar is drawn and its line not yet ended
     long long totalFrames;
     int rate;
     std::chrono::steady_clock::time_point start;

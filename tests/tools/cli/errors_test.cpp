@@ -63,6 +63,13 @@ const BadRun kBadRuns[] = {
          return processArgs(dir, "in.flac", "out.flac", "alc");
      },
      "truncated"},
+    {"TruncatedAiff",
+     [](const ScratchDir& dir) {
+         writeStereo(dir, "in.aiff", SF_FORMAT_AIFF | SF_FORMAT_PCM_24);
+         cutFile(dir.file("in.aiff"), 0.5);
+         return processArgs(dir, "in.aiff", "out.aiff", "alc");
+     },
+     "truncated"},
     {"MoreThanTwoChannels",
      [](const ScratchDir& dir) {
          writeAudio(dir.file("in.wav"), SF_FORMAT_WAV | SF_FORMAT_PCM_16, kRate, 3,
@@ -85,6 +92,9 @@ const BadRun kBadRuns[] = {
     {"ValueNotWhole",
      [](const ScratchDir& dir) { return goodInput(dir, "out.wav", "resample:48000.5"); },
      "rate=48000.5 must be a whole number"},
+    {"DecibelsBetweenTheEqualizerSteps",
+     [](const ScratchDir& dir) { return goodInput(dir, "out.wav", "eq:1k=-2.5dB"); },
+     "1k=-2.5dB must be a whole number"},
     {"RatesWithoutCommonMultiple",
      [](const ScratchDir& dir) { return goodInput(dir, "out.wav", "resample:44101"); },
      "have no common multiple"},
@@ -150,6 +160,13 @@ const BadRun kBadRuns[] = {
          return args;
      },
      "choose 16, 24, 32 or float"},
+    {"EmptyDepth",
+     [](const ScratchDir& dir) {
+         auto args = goodInput(dir, "out.wav", "alc");
+         args.push_back("--bits=");
+         return args;
+     },
+     "--bits needs a value"},
 };
 
 void PrintTo(const BadRun& bad, std::ostream* out) { *out << bad.name; }

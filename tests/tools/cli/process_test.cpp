@@ -85,6 +85,58 @@ TEST(CliRoundTrip, BitsAsksForAnotherOutputDepth) {
     EXPECT_EQ(trip.out.samples, trip.in.samples);  // 16 bits widen to 24 exactly
 }
 
+// A writer that cannot seek back, as into a pipe, leaves a placeholder where
+// the header's sizes belong; such a file is read to its end, not refused.
+TEST(CliRoundTrip, FileWrittenThroughAPipeIsReadToItsEnd) {
+    struct Case {
+        const char* name;
+        int format;
+        const char* chunk;  // the audio chunk whose size is left open
+        uint32_t placeholder;
+        bool bigEndian;
+    };
+    for (const Case& c : {Case{"in.wav", SF_FORMAT_WAV, "data", 0xFFFFFFFF, false},
+                          Case{"in.wav", SF_FORMAT_WAV, "data", 0x7FFFF000, false},
+                          Case{"in.aiff", SF_FORMAT_AIFF, "SSND", 0x7F000008, true}}) {
+        ScratchDir dir;
+        writeAudio(dir.file(c.name), c.format | SF_FORMAT_PCM_16, kRate, 2, musicLike(kFrames, 2, kRate));
+        std::string bytes = fileBytes(dir.file(c.name));
+        const size_t size = bytes.find(c.chunk) + 4;
+        for (int i = 0; i < 4; ++i)
+            bytes[size + i] = static_cast<char>(c.placeholder >> (8 * (c.bigEndian ? 3 - i : i)));
+        writeText(dir.file(c.name), bytes);
+
+        const RunResult run = runQuorvex({"process", dir.file(c.name), dir.file("out.wav"), "--chain", "alc"});
+        ASSERT_EQ(run.status, 0) << c.placeholder << ": " << run.err;
+        EXPECT_EQ(readAudio(dir.file("out.wav")).info.frames, kFrames) << c.placeholder;
+    }
+}
+
+// Fewer bits out than in: each sample goes to the nearest step of the new
+// depth, never always down, which would add half a step of offset.
+TEST(CliRoundTrip, FewerBitsRoundToTheNearestStep) {
+    struct Case {
+        int format;
+        const char* bits;
+    };
+    for (const Case& c : {Case{SF_FORMAT_PCM_24, "16"}, Case{SF_FORMAT_FLOAT, "16"}, Case{SF_FORMAT_FLOAT, "24"}}) {
+        const RoundTrip trip = roundTrip("in.wav", SF_FORMAT_WAV | c.format, 2, "out.wav", {"--bits", c.bits});
+        ASSERT_EQ(trip.run.status, 0) << trip.run.err;
+        ASSERT_EQ(trip.out.values.size(), trip.in.values.size());
+        const double step = std::ldexp(1.0, 1 - std::atoi(c.bits));
+        const double allowed = 0.5 + std::ldexp(1.0, -7);  // the integer road may move one 24-bit step
+        double worst = 0.0;
+        double offset = 0.0;
+        for (size_t i = 0; i < trip.in.values.size(); ++i) {
+            const double error = (trip.out.values[i] - trip.in.values[i]) / step;
+            worst = std::fmax(worst, std::fabs(error));
+            offset += error / static_cast<double>(trip.in.values.size());
+        }
+        EXPECT_LE(worst, allowed) << c.format << " to " << c.bits << " bits";
+        EXPECT_LT(std::fabs(offset), 0.05) << c.format << " to " << c.bits << " bits";
+    }
+}
+
 TEST(CliProcess, EnhancerDoublesTheRateAndWrites24Bits) {
     ScratchDir dir;
     writeAudio(dir.file("in.flac"), SF_FORMAT_FLAC | SF_FORMAT_PCM_16, kRate, 2,
@@ -139,6 +191,22 @@ TEST(CliProcess, RateConvertersLineUpWithTheirInputFromEndToEnd) {
     }
 }
 
+// Files shorter than the tool's block, on the integer road through chains
+// that rise above their output rate on the way.
+TEST(CliProcess, FilesShorterThanOneBlockRunThroughRisingChains) {
+    ScratchDir dir;
+    for (const int frames : {1, 2100, 3000, 4095}) {
+        writeAudio(dir.file("in.wav"), SF_FORMAT_WAV | SF_FORMAT_PCM_16, kRate, 2, musicLike(frames, 2, kRate));
+        for (const char* chain : {"velmo decimate", "velmo resample:48000", "velmo:enhance=off decimate"}) {
+            const RunResult run = runQuorvex({"process", dir.file("in.wav"), dir.file("out.wav"), "--chain", chain});
+            ASSERT_EQ(run.status, 0) << frames << " frames, " << chain << ": " << run.err;
+            const Audio out = readAudio(dir.file("out.wav"));
+            EXPECT_EQ(out.info.frames, static_cast<long long>(frames) * out.info.samplerate / kRate)
+                << frames << " frames, " << chain;
+        }
+    }
+}
+
 // Integers cannot hold overs; the 24-bit conversion would wrap them to the
 // opposite sign, so they are clipped and the user is told.
 TEST(CliProcess, OversOnTheWayToIntegersAreClippedNotWrapped) {
@@ -175,6 +243,26 @@ TEST(CliProcess, ProgressShowsOnATerminalUnlessQuiet) {
     const RunResult hidden = runQuorvex(quiet, terminal);
     ASSERT_EQ(hidden.status, 0);
     EXPECT_EQ(hidden.err, "");
+}
+
+// A run that fails once the bar is drawn ends the bar's line first, so the
+// error stands on a line of its own.
+TEST(CliProcess, ErrorAfterTheProgressBarStartsOnItsOwnLine) {
+    ScratchDir dir;
+    const int seconds = 40;  // long enough for the bar to be drawn before the damage is met
+    writeAudio(dir.file("in.flac"), SF_FORMAT_FLAC | SF_FORMAT_PCM_16, kRate, 2,
+               musicLike(seconds * kRate, 2, kRate));
+    const std::string whole = fileBytes(dir.file("in.flac"));
+    writeText(dir.file("in.flac"), whole.substr(0, whole.size() * 9 / 10));
+    RunOptions terminal;
+    terminal.stderrIsTerminal = true;
+    const RunResult run = runQuorvex(
+        {"process", dir.file("in.flac"), dir.file("out.wav"), "--chain", "velmo resample:96000"}, terminal);
+    ASSERT_EQ(run.status, 1) << run.err;
+    ASSERT_NE(run.err.find("%"), std::string::npos) << "no progress bar was drawn: " << run.err;
+    const size_t message = run.err.find("quorvex: ");
+    ASSERT_TRUE(message != std::string::npos && message > 0) << run.err;
+    EXPECT_EQ(run.err[message - 1], '\n') << run.err;
 }
 
 // The integer adapter's buffers hold twice the output; a chain that goes

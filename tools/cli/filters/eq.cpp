@@ -3,7 +3,6 @@
 #include "registry.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace {
 
@@ -20,7 +19,7 @@ const char* const kBandKeys[kBands] = {"63",  "160", "400", "1k",       "2.5k",
 // The filter truncates gain * 12 + 12 to a step; a quarter step above the
 // wanted one keeps rounding error from landing on the step below.
 double gainForDecibels(double decibels) {
-    return std::min(1.0, (std::round(decibels) + 0.25) / 12.0);
+    return std::min(1.0, (decibels + 0.25) / 12.0);
 }
 
 void refuseHighBandsAtLowRates(const ParamValues& values, const StreamFormat& input) {
@@ -47,7 +46,7 @@ BuiltFilter build(const ParamValues& values, const StreamFormat& input) {
 }
 
 ParamSpec band(const char* key, const char* help) {
-    return numberParam(key, -12.0, 12.0, "dB", "0", help);
+    return wholeParam(key, -12.0, 12.0, "dB", "0", help);
 }
 
 const FilterRegistration registration({
