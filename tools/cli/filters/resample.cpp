@@ -31,7 +31,8 @@ BuiltFilter build(const ParamValues& values, const StreamFormat& input) {
 
 const FilterRegistration registration({
     "resample",
-    "converts to a fixed rate through a windowed-sinc low-pass (pass band to 0.44 x the output rate)",
+    "converts to a fixed rate through a windowed-sinc low-pass (pass band to 0.44 x the output "
+    "rate, so raising the rate by more than 1.14x leaves images of the input)",
     "any rate in, the given rate out",
     "converter (filter table and input history)",
     "rate",
