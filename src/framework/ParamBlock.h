@@ -38,7 +38,7 @@ inline bool doublesWithin(const unsigned char* block, int offset, int count, dou
 }
 
 // What identifies an effect's block and how much of it the effect keeps.
-struct BlockSpec {
+struct BlockLayout {
     unsigned long id;
     uint32_t magic;
     int size;         // bytes a caller's area must hold
@@ -49,23 +49,23 @@ struct BlockSpec {
 // caller's bytes when the fields may be examined; otherwise null, with
 // *answer 0 for another filter's identifier or -1 for a short or missing area
 // or a wrong magic.
-inline const unsigned char* screenBlock(const BlockSpec& spec, unsigned long id, const void* block,
+inline const unsigned char* screenBlock(const BlockLayout& layout, unsigned long id, const void* block,
                                         int size, int* answer) {
     *answer = 0;
-    if (id != spec.id) return nullptr;
+    if (id != layout.id) return nullptr;
     *answer = -1;
-    if (!holdsBlock(size, spec.size) || block == nullptr) return nullptr;
+    if (!holdsBlock(size, layout.size) || block == nullptr) return nullptr;
     const auto* bytes = static_cast<const unsigned char*>(block);
-    return fieldAt<uint32_t>(bytes, 0) == spec.magic ? bytes : nullptr;
+    return fieldAt<uint32_t>(bytes, 0) == layout.magic ? bytes : nullptr;
 }
 
 // getParamData over the bytes an effect keeps.
-inline int copyBlockOut(const BlockSpec& spec, unsigned long id, void* block, int size,
+inline int copyBlockOut(const BlockLayout& layout, unsigned long id, void* block, int size,
                         const void* stored) {
-    if (id != spec.id) return 0;
-    if (!holdsBlock(size, spec.size) || block == nullptr) return -1;
-    std::memcpy(block, stored, static_cast<size_t>(spec.storedBytes));
-    return spec.size;
+    if (id != layout.id) return 0;
+    if (!holdsBlock(size, layout.size) || block == nullptr) return -1;
+    std::memcpy(block, stored, static_cast<size_t>(layout.storedBytes));
+    return layout.size;
 }
 
 }  // namespace paramblock

@@ -30,9 +30,9 @@ std::string joined(const std::vector<std::string>& words) {
 }
 
 // A number with an optional unit after it ("+3", "-2dB", "48k", "48000Hz").
-double parseNumber(const std::string& filter, const ParamSpec& spec, const std::string& text) {
+double parseNumber(const std::string& filter, const ParamDef& param, const std::string& text) {
     std::string digits = lowercase(text);
-    const std::string unit = lowercase(spec.unit);
+    const std::string unit = lowercase(param.unit);
     if (!unit.empty() && endsWith(digits, unit)) digits.resize(digits.size() - unit.size());
     double scale = 1.0;
     if (unit == "hz" && endsWith(digits, "k")) {
@@ -42,47 +42,47 @@ double parseNumber(const std::string& filter, const ParamSpec& spec, const std::
     char* end = nullptr;
     const double value = std::strtod(digits.c_str(), &end) * scale;
     if (digits.empty() || *end != '\0' || !std::isfinite(value))
-        throw UsageError(filter + ": " + spec.key + "=" + text + " is not a number");
-    if (spec.whole && value != std::floor(value))
-        throw UsageError(filter + ": " + spec.key + "=" + text + " must be a whole number");
-    if (value < spec.min || value > spec.max)
-        throw UsageError(filter + ": " + spec.key + "=" + text + " is out of range: " +
-                         spec.key + " takes " + rangeText(spec));
+        throw UsageError(filter + ": " + param.key + "=" + text + " is not a number");
+    if (param.whole && value != std::floor(value))
+        throw UsageError(filter + ": " + param.key + "=" + text + " must be a whole number");
+    if (value < param.min || value > param.max)
+        throw UsageError(filter + ": " + param.key + "=" + text + " is out of range: " +
+                         param.key + " takes " + rangeText(param));
     return value;
 }
 
-double parseSwitch(const std::string& filter, const ParamSpec& spec, const std::string& text) {
+double parseSwitch(const std::string& filter, const ParamDef& param, const std::string& text) {
     const std::string word = lowercase(text);
     if (word == "on" || word == "yes" || word == "true" || word == "1") return 1.0;
     if (word == "off" || word == "no" || word == "false" || word == "0") return 0.0;
-    throw UsageError(filter + ": " + spec.key + "=" + text + " must be on or off");
+    throw UsageError(filter + ": " + param.key + "=" + text + " must be on or off");
 }
 
-void setValue(const std::string& filter, const ParamSpec& spec, const std::string& text,
+void setValue(const std::string& filter, const ParamDef& param, const std::string& text,
               bool given, ParamValues& values) {
     if (!given && text.empty()) {  // no default: the filter decides
-        values.set(spec.key, "", 0.0, false);
+        values.set(param.key, "", 0.0, false);
         return;
     }
-    switch (spec.kind) {
+    switch (param.kind) {
         case ParamKind::Number:
-            values.set(spec.key, text, parseNumber(filter, spec, text), given);
+            values.set(param.key, text, parseNumber(filter, param, text), given);
             return;
         case ParamKind::Switch: {
-            const double on = parseSwitch(filter, spec, text);
-            values.set(spec.key, on != 0.0 ? "on" : "off", on, given);
+            const double on = parseSwitch(filter, param, text);
+            values.set(param.key, on != 0.0 ? "on" : "off", on, given);
             return;
         }
         case ParamKind::Choice:
-            if (std::find(spec.choices.begin(), spec.choices.end(), lowercase(text)) ==
-                spec.choices.end())
-                throw UsageError(filter + ": " + spec.key + "=" + text + " is not one of " +
-                                 joined(spec.choices));
-            values.set(spec.key, lowercase(text), 0.0, given);
+            if (std::find(param.choices.begin(), param.choices.end(), lowercase(text)) ==
+                param.choices.end())
+                throw UsageError(filter + ": " + param.key + "=" + text + " is not one of " +
+                                 joined(param.choices));
+            values.set(param.key, lowercase(text), 0.0, given);
             return;
         case ParamKind::Path:
-            if (given && text.empty()) throw UsageError(filter + ": " + spec.key + " needs a file name");
-            values.set(spec.key, text, 0.0, given);
+            if (given && text.empty()) throw UsageError(filter + ": " + param.key + " needs a file name");
+            values.set(param.key, text, 0.0, given);
             return;
     }
 }
@@ -98,23 +98,23 @@ std::vector<std::string> split(const std::string& text, char separator) {
 
 std::string keyList(const FilterEntry& entry) {
     std::vector<std::string> keys;
-    for (const ParamSpec& spec : entry.params) keys.push_back(spec.key);
+    for (const ParamDef& param : entry.params) keys.push_back(param.key);
     return keys.empty() ? "no parameters" : "the parameters " + joined(keys);
 }
 
-const ParamSpec& specFor(const FilterEntry& entry, const std::string& key, const std::string& item) {
+const ParamDef& paramFor(const FilterEntry& entry, const std::string& key, const std::string& item) {
     if (key.empty()) throw UsageError(entry.name + ": '" + item + "' needs the form parameter=value");
-    const ParamSpec* spec = entry.findParam(key);
-    if (spec == nullptr)
+    const ParamDef* param = entry.findParam(key);
+    if (param == nullptr)
         throw UsageError(entry.name + ": unknown parameter '" + key + "' (" + entry.name + " takes " +
                          keyList(entry) + ")");
-    return *spec;
+    return *param;
 }
 
 // "KEY=VALUE,..." after the filter's name; a bare VALUE sets the positional key.
 ParamValues parseSettings(const FilterEntry& entry, const std::string& settings) {
     ParamValues values;
-    for (const ParamSpec& spec : entry.params) setValue(entry.name, spec, spec.defaultValue, false, values);
+    for (const ParamDef& param : entry.params) setValue(entry.name, param, param.defaultValue, false, values);
     if (settings.empty()) return values;
 
     std::vector<std::string> seen;
@@ -122,11 +122,11 @@ ParamValues parseSettings(const FilterEntry& entry, const std::string& settings)
         if (item.empty()) throw UsageError(entry.name + ": empty setting in '" + settings + "'");
         const size_t equals = item.find('=');
         const bool bare = equals == std::string::npos;
-        const ParamSpec& spec = specFor(entry, bare ? entry.positional : item.substr(0, equals), item);
-        if (std::find(seen.begin(), seen.end(), spec.key) != seen.end())
-            throw UsageError(entry.name + ": " + spec.key + " is given twice");
-        seen.push_back(spec.key);
-        setValue(entry.name, spec, bare ? item : item.substr(equals + 1), true, values);
+        const ParamDef& param = paramFor(entry, bare ? entry.positional : item.substr(0, equals), item);
+        if (std::find(seen.begin(), seen.end(), param.key) != seen.end())
+            throw UsageError(entry.name + ": " + param.key + " is given twice");
+        seen.push_back(param.key);
+        setValue(entry.name, param, bare ? item : item.substr(equals + 1), true, values);
     }
     return values;
 }

@@ -7,12 +7,12 @@
 
 namespace {
 
-std::string valueSyntax(const ParamSpec& spec) {
-    switch (spec.kind) {
-        case ParamKind::Number: return rangeText(spec);
+std::string valueSyntax(const ParamDef& param) {
+    switch (param.kind) {
+        case ParamKind::Number: return rangeText(param);
         case ParamKind::Choice: {
             std::string text;
-            for (const std::string& choice : spec.choices) text += (text.empty() ? "" : "|") + choice;
+            for (const std::string& choice : param.choices) text += (text.empty() ? "" : "|") + choice;
             return text;
         }
         case ParamKind::Switch: return "on|off";
@@ -28,11 +28,11 @@ void printEntry(const FilterEntry& entry) {
         std::printf("    one per chain: all instances share one %s\n", entry.sharedState.c_str());
     if (!entry.positional.empty())
         std::printf("    %s:VALUE sets %s\n", entry.name.c_str(), entry.positional.c_str());
-    for (const ParamSpec& spec : entry.params) {
-        const std::string syntax = spec.key + "=" + valueSyntax(spec);
+    for (const ParamDef& param : entry.params) {
+        const std::string syntax = param.key + "=" + valueSyntax(param);
         const std::string fallback =
-            spec.defaultValue.empty() ? "" : " (default " + spec.defaultValue + ")";
-        std::printf("    %-30s %s%s\n", syntax.c_str(), spec.help.c_str(), fallback.c_str());
+            param.defaultValue.empty() ? "" : " (default " + param.defaultValue + ")";
+        std::printf("    %-30s %s%s\n", syntax.c_str(), param.help.c_str(), fallback.c_str());
     }
 }
 

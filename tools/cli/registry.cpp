@@ -8,49 +8,49 @@
 
 namespace {
 
-ParamSpec makeSpec(std::string key, ParamKind kind, std::string defaultValue, std::string help) {
-    ParamSpec spec;
-    spec.key = std::move(key);
-    spec.kind = kind;
-    spec.defaultValue = std::move(defaultValue);
-    spec.help = std::move(help);
-    return spec;
+ParamDef makeParam(std::string key, ParamKind kind, std::string defaultValue, std::string help) {
+    ParamDef param;
+    param.key = std::move(key);
+    param.kind = kind;
+    param.defaultValue = std::move(defaultValue);
+    param.help = std::move(help);
+    return param;
 }
 
 }  // namespace
 
-ParamSpec numberParam(std::string key, double min, double max, std::string unit,
+ParamDef numberParam(std::string key, double min, double max, std::string unit,
                       std::string defaultValue, std::string help) {
-    ParamSpec spec = makeSpec(std::move(key), ParamKind::Number, std::move(defaultValue), std::move(help));
-    spec.min = min;
-    spec.max = max;
-    spec.unit = std::move(unit);
-    return spec;
+    ParamDef param = makeParam(std::move(key), ParamKind::Number, std::move(defaultValue), std::move(help));
+    param.min = min;
+    param.max = max;
+    param.unit = std::move(unit);
+    return param;
 }
 
-ParamSpec wholeParam(std::string key, double min, double max, std::string unit,
+ParamDef wholeParam(std::string key, double min, double max, std::string unit,
                      std::string defaultValue, std::string help) {
-    ParamSpec spec = numberParam(std::move(key), min, max, std::move(unit), std::move(defaultValue),
+    ParamDef param = numberParam(std::move(key), min, max, std::move(unit), std::move(defaultValue),
                                  std::move(help));
-    spec.whole = true;
-    return spec;
+    param.whole = true;
+    return param;
 }
 
-ParamSpec choiceParam(std::string key, std::vector<std::string> choices, std::string help) {
-    ParamSpec spec = makeSpec(std::move(key), ParamKind::Choice, choices.front(), std::move(help));
-    spec.choices = std::move(choices);
-    return spec;
+ParamDef choiceParam(std::string key, std::vector<std::string> choices, std::string help) {
+    ParamDef param = makeParam(std::move(key), ParamKind::Choice, choices.front(), std::move(help));
+    param.choices = std::move(choices);
+    return param;
 }
 
-ParamSpec switchParam(std::string key, std::string defaultValue, std::string help) {
-    return makeSpec(std::move(key), ParamKind::Switch, std::move(defaultValue), std::move(help));
+ParamDef switchParam(std::string key, std::string defaultValue, std::string help) {
+    return makeParam(std::move(key), ParamKind::Switch, std::move(defaultValue), std::move(help));
 }
 
-ParamSpec pathParam(std::string key, std::string help) {
-    return makeSpec(std::move(key), ParamKind::Path, "", std::move(help));
+ParamDef pathParam(std::string key, std::string help) {
+    return makeParam(std::move(key), ParamKind::Path, "", std::move(help));
 }
 
-ParamSpec depthParam(std::vector<std::string> depths) {
+ParamDef depthParam(std::vector<std::string> depths) {
     depths.insert(depths.begin(), "same");
     return choiceParam("bits", std::move(depths), "output depth");
 }
@@ -59,10 +59,10 @@ int chosenDepth(const ParamValues& values, const StreamFormat& input) {
     return values.text("bits") == "same" ? input.bits : std::stoi(values.text("bits"));
 }
 
-std::string rangeText(const ParamSpec& spec) {
+std::string rangeText(const ParamDef& param) {
     char text[96];
-    std::snprintf(text, sizeof text, "%g to %g%s%s", spec.min, spec.max, spec.unit.empty() ? "" : " ",
-                  spec.unit.c_str());
+    std::snprintf(text, sizeof text, "%g to %g%s%s", param.min, param.max, param.unit.empty() ? "" : " ",
+                  param.unit.c_str());
     return text;
 }
 
@@ -81,9 +81,9 @@ bool ParamValues::isOn(const std::string& key) const { return at(key).number != 
 const std::string& ParamValues::text(const std::string& key) const { return at(key).text; }
 bool ParamValues::given(const std::string& key) const { return at(key).given; }
 
-const ParamSpec* FilterEntry::findParam(const std::string& key) const {
-    for (const ParamSpec& spec : params)
-        if (spec.key == key) return &spec;
+const ParamDef* FilterEntry::findParam(const std::string& key) const {
+    for (const ParamDef& param : params)
+        if (param.key == key) return &param;
     return nullptr;
 }
 

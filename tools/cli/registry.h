@@ -23,7 +23,7 @@ struct StreamFormat {
 
 enum class ParamKind { Number, Choice, Switch, Path };
 
-struct ParamSpec {
+struct ParamDef {
     std::string key;
     ParamKind kind = ParamKind::Number;
     std::string defaultValue;  // as a user would type it; empty: not set
@@ -35,19 +35,19 @@ struct ParamSpec {
     std::vector<std::string> choices;  // Choice only
 };
 
-ParamSpec numberParam(std::string key, double min, double max, std::string unit,
+ParamDef numberParam(std::string key, double min, double max, std::string unit,
                       std::string defaultValue, std::string help);
 // A number without fraction: a rate, a length in samples.
-ParamSpec wholeParam(std::string key, double min, double max, std::string unit,
+ParamDef wholeParam(std::string key, double min, double max, std::string unit,
                      std::string defaultValue, std::string help);
-ParamSpec choiceParam(std::string key, std::vector<std::string> choices, std::string help);
-ParamSpec switchParam(std::string key, std::string defaultValue, std::string help);
-ParamSpec pathParam(std::string key, std::string help);
+ParamDef choiceParam(std::string key, std::vector<std::string> choices, std::string help);
+ParamDef switchParam(std::string key, std::string defaultValue, std::string help);
+ParamDef pathParam(std::string key, std::string help);
 // "bits": the output depth of a converter, "same" as its input or one of `depths`.
-ParamSpec depthParam(std::vector<std::string> depths);
+ParamDef depthParam(std::vector<std::string> depths);
 
 // "MIN to MAX UNIT" of a number parameter.
-std::string rangeText(const ParamSpec& spec);
+std::string rangeText(const ParamDef& param);
 
 // The checked settings of one chain entry, with defaults for what was not given.
 class ParamValues {
@@ -88,7 +88,7 @@ struct FilterEntry {
     // few words; empty when instances are independent.
     std::string sharedState;
     std::string positional;  // the key a bare value sets ("resample:48000"), or empty
-    std::vector<ParamSpec> params;
+    std::vector<ParamDef> params;
     // Builds the filter for a stream arriving in `input`; throws CliError when
     // the filter cannot work on that stream.
     std::function<BuiltFilter(const ParamValues&, const StreamFormat& input)> build;
@@ -96,7 +96,7 @@ struct FilterEntry {
     // integer sources only.
     std::function<BuiltIntegerFilter(const ParamValues&, const StreamFormat& input)> buildInteger = nullptr;
 
-    const ParamSpec* findParam(const std::string& key) const;
+    const ParamDef* findParam(const std::string& key) const;
 };
 
 // A filter file registers its entry through one static instance.

@@ -13,7 +13,7 @@ using paramblock::putField;
 namespace {
 
 // pEUQ / mEp2; the block's trailing three padding bytes are never touched.
-constexpr paramblock::BlockSpec kBlock = {0x70455551, 0x6D457032, 92, 89};
+constexpr paramblock::BlockLayout kBlock = {0x70455551, 0x6D457032, 92, 89};
 
 constexpr int kOffEnabled = 4;
 constexpr int kOffGain = 8;

@@ -11,7 +11,7 @@ using effects::sectionSums;
 
 namespace {
 
-constexpr paramblock::BlockSpec kBlock = {0x70504143, 0x6D504131,  // pPAC / mPA1
+constexpr paramblock::BlockLayout kBlock = {0x70504143, 0x6D504131,  // pPAC / mPA1
                                        sizeof(PhoneAdaptationConfigParams),
                                        sizeof(PhoneAdaptationConfigParams)};
 constexpr int kOffSections = 8;

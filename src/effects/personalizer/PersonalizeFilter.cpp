@@ -12,7 +12,7 @@ using paramblock::putField;
 
 namespace {
 
-constexpr paramblock::BlockSpec kBlock = {0x70554143, 0x6D556131, 104, 104};  // pUAC / mUa1
+constexpr paramblock::BlockLayout kBlock = {0x70554143, 0x6D556131, 104, 104};  // pUAC / mUa1
 constexpr int kOffEnabled = 4;
 constexpr int kOffLeft = 8;
 constexpr int kOffRight = 56;

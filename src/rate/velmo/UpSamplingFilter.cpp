@@ -16,7 +16,7 @@ namespace {
 constexpr uint32_t kMagic = 0x6D564C43;     // mVLC
 constexpr uint32_t kEndMagic = 0x434C566D;  // CLVm
 constexpr int kBlockSize = 20;
-constexpr paramblock::BlockSpec kBlock = {0x70564C43 /* pVLC */, kMagic, kBlockSize, kBlockSize};
+constexpr paramblock::BlockLayout kBlock = {0x70564C43 /* pVLC */, kMagic, kBlockSize, kBlockSize};
 
 constexpr int kOffBlockSize = 4;
 constexpr int kOffEnabled = 8;

@@ -45,7 +45,7 @@ BuiltFilter build(const ParamValues& values, const StreamFormat& input) {
     return {std::move(eq), input};
 }
 
-ParamSpec band(const char* key, const char* help) {
+ParamDef band(const char* key, const char* help) {
     return wholeParam(key, -12.0, 12.0, "dB", "0", help);
 }
 

@@ -45,7 +45,7 @@ BuiltFilter build(const ParamValues& values, const StreamFormat& input) {
     return {std::move(surround), input};
 }
 
-ParamSpec strength(const char* key, const char* help) {
+ParamDef strength(const char* key, const char* help) {
     return numberParam(key, 0.0, 1.0, "", "0.5", help);
 }
 
