@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "effects/common/StereoFrames.h"
 #include "framework/ParamBlock.h"
 
 using paramblock::fieldAt;
@@ -11,9 +12,8 @@ using paramblock::putField;
 
 namespace {
 
-constexpr unsigned long kParamId = 0x70414C43;  // pALC
-constexpr uint32_t kMagic = 0x6D414C31;         // mAL1
-constexpr int kBlockSize = 20;
+constexpr uint32_t kMagic = 0x6D414C31;  // mAL1
+constexpr paramblock::BlockLayout kBlock = {0x70414C43, kMagic, 20, 20};  // pALC
 
 constexpr int kOffEnabled = 4;
 constexpr int kOffFlag = 5;
@@ -24,8 +24,8 @@ constexpr int kModePerSample = 1;
 constexpr int kModeLinked = 2;
 constexpr double kDefaultRecovery = 0.01 / 65536.0;
 
-bool isValidBlock(const unsigned char* block) {
-    if (fieldAt<uint32_t>(block, 0) != kMagic) return false;
+// The fields after the magic, which the shared screening has checked.
+bool hasValidFields(const unsigned char* block) {
     const int32_t mode = fieldAt<int32_t>(block, kOffMode);
     if (mode != kModePerSample && mode != kModeLinked) return false;
     const double recovery = fieldAt<double>(block, kOffRecovery);
@@ -63,23 +63,18 @@ ALCFilter::~ALCFilter() = default;
 const char* ALCFilter::getName() { return "ALC"; }
 
 int ALCFilter::setParamData(unsigned long id, const void* block, int size) {
-    if (id != kParamId) return 0;
-    if (static_cast<unsigned>(size) < static_cast<unsigned>(kBlockSize) || block == nullptr)
-        return -1;
-    const auto* bytes = static_cast<const unsigned char*>(block);
-    if (!isValidBlock(bytes)) return -1;
-    std::memcpy(params, bytes, kBlockSize);
+    int answer;
+    const unsigned char* bytes = paramblock::screenBlock(kBlock, id, block, size, &answer);
+    if (bytes == nullptr) return answer;
+    if (!hasValidFields(bytes)) return -1;
+    std::memcpy(params, bytes, sizeof params);
     putField<uint32_t>(params, 0, kMagic);
     gain = 1.0;
-    return kBlockSize;
+    return kBlock.size;
 }
 
 int ALCFilter::getParamData(unsigned long id, void* block, int size) {
-    if (id != kParamId) return 0;
-    if (static_cast<unsigned>(size) < static_cast<unsigned>(kBlockSize) || block == nullptr)
-        return -1;
-    std::memcpy(block, params, kBlockSize);
-    return kBlockSize;
+    return paramblock::copyBlockOut(kBlock, id, block, size, params);
 }
 
 void ALCFilter::reset() { gain = 1.0; }
@@ -91,7 +86,7 @@ int ALCFilter::process(const RealAudioBuffer* in, RealAudioBuffer* out) {
     double* y = out->data;
 
     if (params[kOffEnabled] == 0) {
-        if (n > 0) std::memcpy(y, x, static_cast<size_t>(n) * sizeof(double));
+        effects::copyFrames(*in, *out);
     } else if (fieldAt<int32_t>(params, kOffMode) == kModeLinked) {
         const int frames = n / 2;
         for (int f = 0; f < frames; ++f)
@@ -109,8 +104,6 @@ int ALCFilter::process(const RealAudioBuffer* in, RealAudioBuffer* out) {
         }
     }
 
-    out->length = n;
-    out->sampleRate = in->sampleRate;
-    out->bitsPerSample = in->bitsPerSample;
+    effects::finishBlock(*in, *out);
     return 0;
 }

@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "effects/common/StereoFrames.h"
+
 namespace {
 
 constexpr unsigned long kParamId = 0x70535252;  // pSRR
@@ -129,8 +131,6 @@ int SurroundFilter::process(const RealAudioBuffer* in, RealAudioBuffer* out) {
         std::memcpy(y, x, static_cast<size_t>(frames) * 2 * sizeof(double));
     }
 
-    out->length = n;
-    out->sampleRate = in->sampleRate;
-    out->bitsPerSample = in->bitsPerSample;
+    effects::finishBlock(*in, *out);
     return 0;
 }
