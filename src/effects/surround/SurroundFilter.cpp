@@ -3,12 +3,13 @@
 #include <cstring>
 
 #include "effects/common/StereoFrames.h"
+#include "framework/ParamBlock.h"
 
 namespace {
 
-constexpr unsigned long kParamId = 0x70535252;  // pSRR
-constexpr uint32_t kMagic = 0x6D535235;         // mSR5
+constexpr uint32_t kMagic = 0x6D535235;  // mSR5
 constexpr int kBlockSize = static_cast<int>(sizeof(SurroundConfigParams));
+constexpr paramblock::BlockLayout kBlock = {0x70535252, kMagic, kBlockSize, kBlockSize};  // pSRR
 
 constexpr int32_t kMinHallLength = 17;
 constexpr int32_t kMaxHallM1 = 8456;
@@ -93,11 +94,11 @@ SurroundFilter::~SurroundFilter() = default;
 const char* SurroundFilter::getName() { return "Surround"; }
 
 int SurroundFilter::setParamData(unsigned long id, const void* block, int size) {
-    if (id != kParamId) return 0;
-    if (static_cast<unsigned>(size) < static_cast<unsigned>(kBlockSize) || block == nullptr)
-        return -1;
+    int answer;
+    const unsigned char* bytes = paramblock::screenBlock(kBlock, id, block, size, &answer);
+    if (bytes == nullptr) return answer;
     SurroundConfigParams incoming;
-    std::memcpy(&incoming, block, kBlockSize);
+    std::memcpy(&incoming, bytes, kBlockSize);
     if (!incoming.isValid()) return -1;
     // Resending the current settings must not break the sound.
     if (params.isEqual(incoming)) return kBlockSize;
@@ -107,11 +108,7 @@ int SurroundFilter::setParamData(unsigned long id, const void* block, int size) 
 }
 
 int SurroundFilter::getParamData(unsigned long id, void* block, int size) {
-    if (id != kParamId) return 0;
-    if (static_cast<unsigned>(size) < static_cast<unsigned>(kBlockSize) || block == nullptr)
-        return -1;
-    std::memcpy(block, &params, kBlockSize);
-    return kBlockSize;
+    return paramblock::copyBlockOut(kBlock, id, block, size, &params);
 }
 
 void SurroundFilter::reset() { SurroundInit(params); }
