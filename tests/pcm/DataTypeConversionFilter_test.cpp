@@ -1,10 +1,7 @@
-#include <quorvex/ALCFilter.h>
-#include <quorvex/CompositionFilter.h>
 #include <quorvex/DataTypeConversionFilter.h>
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <vector>
@@ -15,9 +12,7 @@
 using testing_filters::ProbeFilter;
 
 struct DataTypeConversionFilterProbe {
-    static const RealAudioBuffer* inBuffer(const DataTypeConversionFilter& f) {
-        return f.inBuffer;
-    }
+    static const RealAudioBuffer* inBuffer(const DataTypeConversionFilter& f) { return f.inBuffer; }
     static const RealAudioBuffer* outBuffer(const DataTypeConversionFilter& f) {
         return f.outBuffer;
     }
@@ -27,185 +22,112 @@ namespace {
 
 using Probe = DataTypeConversionFilterProbe;
 using Bytes = std::vector<unsigned char>;
+using Samples = std::vector<int64_t>;
 
-Bytes pack(int bits, const std::vector<int64_t>& samples) {
+Bytes pack(int bits, const Samples& samples) {
     Bytes b(samples.size() * static_cast<size_t>(bits / 8));
     for (size_t i = 0; i < samples.size(); ++i) {
         unsigned char* p = b.data() + i * static_cast<size_t>(bits / 8);
-        if (bits == 16) pcm::write16(p, samples[i]);
-        if (bits == 24) pcm::write24(p, samples[i]);
-        if (bits == 32) pcm::write32(p, samples[i]);
+        bits == 16   ? pcm::write16(p, samples[i])
+        : bits == 24 ? pcm::write24(p, samples[i])
+                     : pcm::write32(p, samples[i]);
     }
     return b;
 }
 
-std::vector<int64_t> unpack(int bits, const Bytes& b, int bytes) {
-    std::vector<int64_t> v;
-    for (int at = 0; at + bits / 8 <= bytes; at += bits / 8) {
-        const unsigned char* p = b.data() + at;
+Samples unpack(int bits, const Bytes& b, int bytes) {
+    Samples v;
+    for (const unsigned char* p = b.data(); p + bits / 8 <= b.data() + bytes; p += bits / 8)
         v.push_back(bits == 16 ? pcm::read16(p) : bits == 24 ? pcm::read24(p) : pcm::read32(p));
-    }
     return v;
-}
-
-// Runs one block at 44100 Hz with equal depths in and out; returns the
-// samples written.
-std::vector<int64_t> roundTrip(RealAudioFilter& wrapped, int bits,
-                               const std::vector<int64_t>& samples) {
-    DataTypeConversionFilter dtc(&wrapped);
-    const Bytes in = pack(bits, samples);
-    Bytes out(in.size() + 8, 0xEE);
-    const int written = dtc.process(44100, bits, in.data(), static_cast<int>(in.size()), 44100,
-                                    bits, out.data(), static_cast<int>(in.size()));
-    EXPECT_EQ(written, static_cast<int>(in.size()));
-    EXPECT_EQ(out[in.size()], 0xEE);
-    return unpack(bits, out, written);
-}
-
-// Converts the given doubles to `bits`-bit PCM through a filter that emits them.
-std::vector<int64_t> emitted(int bits, const std::vector<double>& y) {
-    ProbeFilter source;
-    source.emit = y;
-    const std::vector<int64_t> zeros(y.size(), 0);
-    return roundTrip(source, bits, zeros);
 }
 
 }  // namespace
 
-// 16 and 32 bits come back unchanged, 24 bits one step toward zero.
-TEST(DataTypeConversionFilter, RoundTripThroughACopy) {
-    ProbeFilter copy;
-    const std::vector<int64_t> s16 = {0, 1, -1, 12345, -12345, 32767, -32768, 256};
-    EXPECT_EQ(roundTrip(copy, 16, s16), s16);
-    const std::vector<int64_t> s32 = {0, 1, -1, 123456789, -987654321, INT32_MAX, INT32_MIN, 65536};
-    EXPECT_EQ(roundTrip(copy, 32, s32), s32);
-    EXPECT_EQ(roundTrip(copy, 24, {0, 100, -100, 8388607, -8388608, 1, -1, 2}),
-              (std::vector<int64_t>{0, 99, -99, 8388606, -8388607, 0, 0, 1}));
-}
-
-TEST(DataTypeConversionFilter, InputScalesAreExactPowersOfTwo) {
-    ProbeFilter copy;
-    DataTypeConversionFilter dtc(&copy);
-    for (int bits : {16, 24, 32}) {
-        const Bytes in = pack(bits, {-(int64_t{1} << (bits - 1)), 1});
-        Bytes out(in.size());
-        ASSERT_GE(dtc.process(48000, bits, in.data(), static_cast<int>(in.size()), 48000, bits,
-                              out.data(), static_cast<int>(out.size())),
-                  0);
-        EXPECT_EQ(copy.lastIn->data[0], -1.0);
-        EXPECT_EQ(copy.lastIn->data[1], std::ldexp(1.0, 1 - bits));
+// Integers in at equal depths, through a copy or a filter emitting fixed
+// doubles: 16 and 32 bits truncate and clamp (NaN gives 0), 24 bits come
+// back one step toward zero and wrap instead of clamping.
+TEST(DataTypeConversionFilter, ConvertsToAndFromIntegers) {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const struct {
+        int bits;
+        std::vector<double> emit;
+        Samples in, out;
+    } cases[] = {
+        {16, {}, {0, 1, -1, 32767, -32768, 256}, {0, 1, -1, 32767, -32768, 256}},
+        {16,
+         {1.0, -1.0, -0.9995, 1.5, -1.5, nan, 70000.0, 0.99999},
+         Samples(8),
+         {32767, -32768, -32751, 32767, -32768, 0, 32767, 32767}},
+        {24,
+         {},
+         {0, 100, -100, 8388607, -8388608, 1, -1, 2},
+         {0, 99, -99, 8388606, -8388607, 0, 0, 1}},
+        {24, {1.5, 1.0, -1.0, nan}, Samples(4), {12582910 - (1 << 24), 8388607, -8388607, 0}},
+        {32, {}, {1, -1, INT32_MAX, INT32_MIN}, {1, -1, INT32_MAX, INT32_MIN}},
+        {32,
+         {1.0, -1.0, 1.5, -0.5, nan, -1e300},
+         Samples(6),
+         {INT32_MAX, INT32_MIN, INT32_MAX, -1073741824, 0, INT32_MIN}},
+    };
+    for (const auto& c : cases) {
+        ProbeFilter inner;
+        inner.emit = c.emit;
+        DataTypeConversionFilter dtc(&inner);
+        const Bytes in = pack(c.bits, c.in);
+        const int n = static_cast<int>(in.size());
+        Bytes out(in.size() + 8, 0xEE);
+        EXPECT_EQ(dtc.process(44100, c.bits, in.data(), n, 44100, c.bits, out.data(), n), n);
+        EXPECT_EQ(unpack(c.bits, out, n), c.out) << c.bits;
+        EXPECT_EQ(out[in.size()], 0xEE);
     }
 }
 
-// 16 and 32 bits truncate and clamp (NaN gives 0); 24 bits are scaled by
-// 8388607 and wrap instead of clamping.
-TEST(DataTypeConversionFilter, OutputTruncatesAndClamps) {
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    const double inf = std::numeric_limits<double>::infinity();
-    EXPECT_EQ(emitted(16, {1.0, -1.0, -0.9995, 1.5, -1.5, 0.99999, 1e300, -inf, nan, 70000.0}),
-              (std::vector<int64_t>{32767, -32768, -32751, 32767, -32768, 32767, 32767, -32768, 0,
-                                    32767}));
-    EXPECT_EQ(emitted(32, {1.0, -1.0, 1.5, -1.5, -0.5, 1e300, -inf, nan, -70000.0}),
-              (std::vector<int64_t>{INT32_MAX, INT32_MIN, INT32_MAX, INT32_MIN, -1073741824,
-                                    INT32_MAX, INT32_MIN, 0, INT32_MIN}));
-    EXPECT_EQ(emitted(24, {1.5, 1.0, -1.0, nan}),
-              (std::vector<int64_t>{12582910 - (1 << 24), 8388607, -8388607, 0}));
-}
-
+// The buffers start at one double and grow to twice the block that did not fit.
 TEST(DataTypeConversionFilter, BuffersGrowToTwiceTheBlockThatDidNotFit) {
     ProbeFilter copy;
     DataTypeConversionFilter dtc(&copy);
     EXPECT_EQ(Probe::inBuffer(dtc)->capacity, 1);
-    EXPECT_EQ(Probe::inBuffer(dtc)->sampleRate, 0);
     Bytes in(9000), out(9000);
-    auto run = [&](int bytes) {
-        return dtc.process(44100, 16, in.data(), bytes, 44100, 16, out.data(), bytes);
-    };
-    ASSERT_EQ(run(4096), 4096);
-    const RealAudioBuffer* first = Probe::inBuffer(dtc);
-    EXPECT_EQ(first->capacity, 4096);
-    EXPECT_EQ(Probe::outBuffer(dtc)->capacity, 4096);
-    EXPECT_EQ(first->channels, 2);
-    ASSERT_EQ(run(8192), 8192);
-    EXPECT_EQ(Probe::inBuffer(dtc), first);
-    ASSERT_EQ(run(9000), 9000);
-    EXPECT_EQ(Probe::inBuffer(dtc)->capacity, 9000);
-    EXPECT_EQ(Probe::outBuffer(dtc)->capacity, 9000);
-}
-
-TEST(DataTypeConversionFilter, RejectsBadFormatsAndShortOutputWithoutWriting) {
-    ProbeFilter copy;
-    DataTypeConversionFilter dtc(&copy);
-    const Bytes in = pack(16, {1, 2, 3, 4});
-    Bytes out(16, 0xEE);
-    auto run = [&](int inRate, int inBits, int outRate, int outBits, int capacity) {
-        return dtc.process(inRate, inBits, in.data(), 8, outRate, outBits, out.data(), capacity);
-    };
-    EXPECT_EQ(run(44100, 16, 88200, 16, 15), -1);  // 8 samples need 16 bytes
-    EXPECT_EQ(run(44100, 16, 44100, 24, 11), -1);
-    EXPECT_EQ(run(44100, 8, 44100, 16, 16), -1);
-    EXPECT_EQ(run(44100, 16, 44100, 20, 16), -1);
-    EXPECT_EQ(run(0, 16, 44100, 16, 16), -1);
-    EXPECT_EQ(run(44100, 16, -44100, 16, 16), -1);
-    EXPECT_EQ(dtc.process(44100, 16, in.data(), -2, 44100, 16, out.data(), 16), -1);
-    EXPECT_EQ(copy.processCalls, 0);
-    EXPECT_EQ(Probe::inBuffer(dtc)->capacity, 1);
-    EXPECT_EQ(out, Bytes(16, 0xEE));
-    // A block shorter than one sample runs empty.
-    EXPECT_EQ(dtc.process(44100, 32, in.data(), 3, 44100, 32, out.data(), 4), 0);
-    EXPECT_EQ(copy.processCalls, 1);
-    EXPECT_EQ(copy.seenInLength, 0);
-}
-
-// Chain output that does not fit the host's area is refused; a failing
-// chain yields an empty block. Neither writes.
-TEST(DataTypeConversionFilter, UnfitOrFailedChainOutputIsNotWritten) {
-    ProbeFilter inner;
-    DataTypeConversionFilter dtc(&inner);
-    const Bytes in = pack(16, {1, 2});
-    Bytes out(7, 0xEE);
-    for (int bits : {32, 12}) {
-        inner.reportBits = bits;  // more bytes than the host made room for
-        EXPECT_EQ(dtc.process(44100, 16, in.data(), 4, 44100, 16, out.data(), 7), -1);
+    for (auto [bytes, capacity] : {std::pair{4096, 4096}, {8192, 4096}, {9000, 9000}}) {
+        ASSERT_EQ(dtc.process(44100, 16, in.data(), bytes, 44100, 16, out.data(), bytes), bytes);
+        EXPECT_EQ(Probe::inBuffer(dtc)->capacity, capacity);
+        EXPECT_EQ(Probe::outBuffer(dtc)->capacity, capacity);
     }
-    inner.reportBits = 0;
-    inner.failWith = -1;
-    EXPECT_EQ(dtc.process(44100, 16, in.data(), 4, 44100, 16, out.data(), 4), 0);
-    EXPECT_EQ(inner.seenOutLength, 0);
-    EXPECT_EQ(out, Bytes(7, 0xEE));
 }
 
-TEST(DataTypeConversionFilter, ConvertsAtTheRateAndDepthTheChainProduces) {
-    ProbeFilter gain, upsampler;
-    gain.gain = 0.5;
+// Bad formats, a short output area and chain output that does not fit are
+// refused without writing; the chain's rate and depth decide the output
+// conversion; parameters and reset are forwarded.
+TEST(DataTypeConversionFilter, RefusesWithoutWritingAndFollowsTheChain) {
+    ProbeFilter copy;
+    DataTypeConversionFilter refusing(&copy);
+    const Bytes in = pack(16, {1024, -2048, 4, 6});
+    Bytes out(24, 0xEE);
+    const int bad[][5] = {{44100, 16, 88200, 16, 15}, {44100, 8, 44100, 16, 16},
+                          {44100, 16, 44100, 20, 16}, {0, 16, 44100, 16, 16},
+                          {44100, 16, -44100, 16, 16}};  // rates and depths in and out, room
+    for (const auto& b : bad)
+        EXPECT_EQ(refusing.process(b[0], b[1], in.data(), 8, b[2], b[3], out.data(), b[4]), -1);
+    EXPECT_EQ(copy.processCalls, 0);
+    copy.reportBits = 32;
+    EXPECT_EQ(refusing.process(44100, 16, in.data(), 8, 44100, 16, out.data(), 15), -1);
+    EXPECT_EQ(out, Bytes(24, 0xEE));
+
+    ProbeFilter upsampler;
+    upsampler.gain = 0.5;
     upsampler.repeat = 2;
     upsampler.reportRate = 88200;
     upsampler.reportBits = 24;
-    CompositionFilter chain(&gain, &upsampler);
-    DataTypeConversionFilter dtc(&chain);
-    const Bytes in = pack(16, {1024, -2048, 4, 6});
-    Bytes out(24);
+    upsampler.paramId = 0x70123456;
+    upsampler.paramAnswer = 20;
+    DataTypeConversionFilter dtc(&upsampler);
     ASSERT_EQ(dtc.process(44100, 16, in.data(), 8, 88200, 24, out.data(), 24), 24);
-    EXPECT_EQ(gain.lastIn->sampleRate, 44100);
-    EXPECT_EQ(gain.lastIn->bitsPerSample, 16);
-    EXPECT_EQ(upsampler.seenOutRate, 88200);
-    EXPECT_EQ(upsampler.seenOutBits, 24);
+    EXPECT_EQ(upsampler.lastIn->sampleRate + upsampler.lastIn->bitsPerSample, 44100 + 16);
     // x * 2^-15 * 0.5 * 8388607, truncated: 1024 -> 131071, 4 -> 511.
-    EXPECT_EQ(unpack(24, out, 24),
-              (std::vector<int64_t>{131071, -262143, 131071, -262143, 511, 767, 511, 767}));
-}
-
-TEST(DataTypeConversionFilter, ForwardsParametersAndReset) {
-    ALCFilter alc;
-    ProbeFilter other;
-    CompositionFilter chain(&other, &alc);
-    DataTypeConversionFilter dtc(&chain);
-    EXPECT_STREQ(dtc.getName(), "IntDataTypeConversionFilter");
-    unsigned char block[20];
-    EXPECT_EQ(dtc.getParamData(0x70414C43, block, 20), 20);
-    EXPECT_EQ(dtc.setParamData(0x70414C43, block, 19), -1);
-    EXPECT_EQ(dtc.setParamData(0x70414C43, block, 20), 20);
-    EXPECT_EQ(dtc.setParamData(0x70123456, block, 20), 0);
+    EXPECT_EQ(unpack(24, out, 24), (Samples{131071, -262143, 131071, -262143, 511, 767, 511, 767}));
+    unsigned char block[20] = {};
+    EXPECT_EQ(dtc.setParamData(0x70123456, block, 20), 20);
     dtc.reset();
-    EXPECT_EQ(other.resetCalls, 1);
+    EXPECT_EQ(upsampler.resetCalls, 1);
 }

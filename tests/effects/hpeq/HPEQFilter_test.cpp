@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <vector>
 
@@ -19,7 +18,6 @@ namespace {
 constexpr unsigned long kId = 0x70504143;
 using Set = PhoneAdaptationConfigParams::CoefficientSet;
 constexpr Set kIdentity = {0, 0, 0, 1, 0, 0};
-constexpr Set kHalfFeedback = {0, 0.5, 0, 1, 0, 0};
 
 PhoneAdaptationConfigParams record(const Set& first, const Set& second = kIdentity,
                                    const Set& third = kIdentity, unsigned char enabled = 1) {
@@ -36,31 +34,18 @@ int set(HPEQFilter& f, const PhoneAdaptationConfigParams& p) {
     return f.setParamData(kId, &p, sizeof p);
 }
 
-// Two silent frames through identity sections leave every history at zero.
-void clearHistories(HPEQFilter& f) {
-    ASSERT_EQ(set(f, record(kIdentity)), 152);
-    runBlock(f, {0, 0, 0, 0}, 96000);
-}
-
 }  // namespace
 
-TEST(HPEQParams, DefaultRecordChecksAndStoredPadding) {
+// Every coefficient runs from -1000 to 1000; the padding is stored as given.
+TEST(HPEQFilter, ParameterBlockBoundaries) {
     HPEQFilter f;
     EXPECT_EQ(storedBlock(f, kId, 152), bytesOf(record(kIdentity, kIdentity, kIdentity, 0)));
-    EXPECT_STREQ(f.getName(), "HPEQ");
-    PhoneAdaptationConfigParams p = record(kHalfFeedback);
-    p.padding[1] = 0x42;
-    testing_filters::expectBlockChecks(f, kId, 0x70554143, bytesOf(p));
-    EXPECT_EQ(storedBlock(f, kId, 152), bytesOf(p));
-}
-
-TEST(HPEQParams, EveryCoefficientIsRangeChecked) {
-    HPEQFilter f;
-    const PhoneAdaptationConfigParams kept = record({0, 0, 0, 0.5, 0, 0});
-    ASSERT_EQ(set(f, kept), 152);
-    const double nan = std::numeric_limits<double>::quiet_NaN();
+    PhoneAdaptationConfigParams kept = record({0, 0, 0, 0.5, 0, 0});
+    kept.padding[1] = 0x42;
+    testing_filters::expectBlockChecks(f, kId, 0x70554143, bytesOf(kept));
     for (int i = 0; i < 18; ++i) {
-        for (double v : {1000.0, -1000.0, 1000.5, -1000.5, nan}) {
+        for (double v :
+             {1000.0, -1000.0, 1000.5, -1000.5, std::numeric_limits<double>::quiet_NaN()}) {
             PhoneAdaptationConfigParams p = kept;
             (&p.section[i / 6].a0)[i % 6] = v;
             EXPECT_EQ(set(f, p), std::fabs(v) <= 1000.0 ? 152 : -1) << i << " " << v;
@@ -68,20 +53,18 @@ TEST(HPEQParams, EveryCoefficientIsRangeChecked) {
         ASSERT_EQ(set(f, kept), 152);
     }
     EXPECT_EQ(storedBlock(f, kId, 152), bytesOf(kept));
-    EXPECT_EQ(runBlock(f, {0.5, -0.25}, 96000), (std::vector<double>{0.25, -0.125}));
 }
 
-// Each section: xa = a1 d1 + a2 d2, xb = b1 d1 + b2 d2, y = (x + xa) b0 + xb,
-// then d1 = x + xa; a0 plays no part.
-TEST(HPEQKernel, FollowsTheSectionRecurrenceBitForBit) {
+// Three sections in turn, per channel: xa = a1 d1 + a2 d2, xb = b1 d1 +
+// b2 d2, y = (x + xa) b0 + xb, d1 = x + xa, with a0 playing no part.
+TEST(HPEQFilter, SectionRecurrence) {
     HPEQFilter f;
-    clearHistories(f);
     const Set sets[3] = {{-7, 1.2, -0.4, 0.7, 0.3, -0.2},
                          {999, -0.6, -0.3, 1.3, -0.9, 0.45},
                          {-1000, 0.1, 0.05, 0.9, 0.11, 0.02}};
     ASSERT_EQ(set(f, record(sets[0], sets[1], sets[2])), 152);
     const std::vector<double> x = testutil::noise(400);
-    const std::vector<double> y = runBlock(f, x, 96000);
+    const std::vector<double> y = runBlock(f, x, 88200);
     double d[3][2][2] = {};
     for (size_t i = 0; i < x.size(); ++i) {
         double v = x[i];
@@ -97,43 +80,27 @@ TEST(HPEQKernel, FollowsTheSectionRecurrenceBitForBit) {
     }
 }
 
-// Low rates and a disabled filter pass bit for bit and leave the histories
-// as they were; an unpaired last double is copied.
-TEST(HPEQProcess, LowRatesAndDisabledPassWithoutTouchingTheHistories) {
-    HPEQFilter f;
-    clearHistories(f);
-    ASSERT_EQ(set(f, record(kHalfFeedback)), 152);
-    EXPECT_EQ(runBlock(f, {1.0, 0.0}, 96000), (std::vector<double>{1.0, 0.0}));
-    const std::vector<double> x = {3.0, -2.0, 0.75, 1e-300, -0.0, 9.0};
-    for (int rate : {44100, 48000, 32000}) EXPECT_TRUE(testutil::sameBits(runBlock(f, x, rate), x));
-    ASSERT_EQ(set(f, record(kHalfFeedback, kIdentity, kIdentity, 0)), 152);
-    EXPECT_TRUE(testutil::sameBits(runBlock(f, x, 96000), x));
-    ASSERT_EQ(set(f, record(kHalfFeedback)), 152);
-    EXPECT_EQ(runBlock(f, {0.0, 0.0, 0.0, 0.0, 0.125}, 88200),
-              (std::vector<double>{0.5, 0, 0.25, 0, 0.125}));
-
-    ASSERT_EQ(set(f, record({0, 0, 0, 2, 0, 0})), 152);
-    testutil::expectCapacityChecked(f, 96000);
-}
-
-TEST(HPEQSharedState, LastConstructionOrResetDecidesForAll) {
+// An impulse through one half-feedback section gives 1, 0.5, 0.25. The
+// coefficients are shared: the last construction (identity), reset (its own
+// block) or accepted block decides for all. Low rates and a disabled filter
+// pass bit for bit.
+TEST(HPEQFilter, ImpulseSharedStateDisabledAndCapacity) {
     HPEQFilter first;
-    PhoneAdaptationConfigParams halve = record({0, 0, 0, 0.5, 0, 0});
-    ASSERT_EQ(set(first, halve), 152);
+    ASSERT_EQ(set(first, record({0, 0.5, 0, 1, 0, 0})), 152);
+    EXPECT_EQ(runBlock(first, {1, 0, 0, 0, 0, 0}, 96000),
+              (std::vector<double>{1, 0, 0.5, 0, 0.25, 0}));
+    ASSERT_EQ(set(first, record({0, 0, 0, 0.5, 0, 0})), 152);
     EXPECT_EQ(runBlock(first, {1.0, 1.0}, 96000), (std::vector<double>{0.5, 0.5}));
-
     HPEQFilter second;
     EXPECT_EQ(runBlock(first, {1.0, 1.0}, 96000), (std::vector<double>{1.0, 1.0}));
-    EXPECT_EQ(storedBlock(first, kId, 152), bytesOf(halve));
-
     first.reset();
     EXPECT_EQ(runBlock(first, {1.0, 1.0}, 96000), (std::vector<double>{0.5, 0.5}));
     ASSERT_EQ(set(second, record({0, 0, 0, 0.25, 0, 0}, kIdentity, kIdentity, 0)), 152);
     EXPECT_EQ(runBlock(first, {1.0, 1.0}, 96000), (std::vector<double>{0.25, 0.25}));
 
-    HPEQInit(record({0, 0, 0, 4, 0, 0}));  // the kernel's coefficients, set directly
-    double l, r;
-    HPEQ_3F(0.5, -0.5, &l, &r);
-    EXPECT_EQ(l, 2.0);
-    EXPECT_EQ(r, -2.0);
+    const std::vector<double> x = {3.0, -2.0, 0.75, 1e-300, -0.0, 9.0, 0.5};
+    for (int rate : {44100, 48000, 32000})
+        EXPECT_TRUE(testutil::sameBits(runBlock(first, x, rate), x));
+    EXPECT_TRUE(testutil::sameBits(runBlock(second, x, 96000), x));
+    testutil::expectCapacityChecked(first, 96000);
 }
