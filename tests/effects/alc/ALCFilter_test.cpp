@@ -68,11 +68,12 @@ TEST(ALCFilter, ParameterBlockBoundaries) {
     for (double r : {0.0, 1.0}) EXPECT_EQ(f.setParamData(kId, block(1, r).data(), 20), 20);
 }
 
-// Linked: the louder channel of a frame lands on full scale and the gain
+// Linked (2): the louder channel of a frame lands on full scale and the gain
 // stays for later frames; after each block it recovers by the rate times the
 // block's doubles (an unpaired last double counts but is not written),
-// overshooting once before it is pinned to one.
-TEST(ALCFilter, LinkedModeExamples) {
+// overshooting once before it is pinned to one. Per sample (1): the gain only
+// falls; full scale and NaN do not move it, infinity drops it to zero.
+TEST(ALCFilter, DocumentedExamples) {
     expectBlocks(2, 0.01, {{0.5, 0.5, 4.0, 0.0}, {0.5, 0.5}},
                  {{0.5, 0.5, 1.0, 0.0}, {0.5 * (0.25 + 4 * 0.01), 0.5 * (0.25 + 4 * 0.01)}});
     expectBlocks(2, 0.01, {{2.0, 0.5, 0.5, -4.0}}, {{1.0, 0.25, 0.125, -1.0}});
@@ -85,11 +86,7 @@ TEST(ALCFilter, LinkedModeExamples) {
     expectBlocks(
         2, 1e-4, {{peak, 0.0, 0.0, 0.0}, {0.5, 0.5}, {0.5, 0.5}},
         {{peak * (1.0 / peak), 0.0, 0.0, 0.0}, {0.5 * overshoot, 0.5 * overshoot}, {0.5, 0.5}});
-}
 
-// Per sample: the gain only falls, sample by sample; full scale and NaN do
-// not move it, infinity drops it to zero.
-TEST(ALCFilter, PerSampleModeExamples) {
     expectBlocks(1, 0.01, {{0.5, 2.0}, {0.5, 1.0}, {0.5, 0.5}},
                  {{0.5, 1.0}, {0.25, 0.5}, {0.25, 0.25}});
     expectBlocks(1, 0.01, {{1.0, -1.0, kNaN, 0.5}}, {{1.0, -1.0, kNaN, 0.5}});
