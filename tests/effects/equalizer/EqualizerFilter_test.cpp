@@ -23,7 +23,8 @@ constexpr unsigned long kId = 0x70455551;
 Bytes gains(std::vector<double> bandGains, unsigned char enabled = 1) {
     Bytes b = {0x32, 0x70, 0x45, 0x6D, enabled, 0, 0, 0};
     b.resize(92);
-    std::memcpy(&b[8], bandGains.data(), 8 * bandGains.size());
+    bandGains.resize(10, 0.0);
+    std::memcpy(&b[8], bandGains.data(), 80);
     return b;
 }
 
