@@ -19,8 +19,7 @@ public:
     double gain = 1.0;
     int repeat = 1;
     std::vector<double> emit;
-    int reportRate = 0;  // 0: the input's
-    int reportBits = 0;  // 0: the input's
+    int reportRate = 0, reportBits = 0;  // 0: the input's
     int failWith = 0;
     unsigned long paramId = 0;
     int paramAnswer = 0;
