@@ -1,9 +1,8 @@
 #ifndef QUORVEX_TESTS_SUPPORT_PARAMBLOCK_H
 #define QUORVEX_TESTS_SUPPORT_PARAMBLOCK_H
 
-#include <quorvex/AudioFilter.h>
-
 #include <gtest/gtest.h>
+#include <quorvex/AudioFilter.h>
 
 #include <vector>
 

@@ -8,46 +8,40 @@
 
 namespace testing_filters {
 
-// A configurable stand-in filter that records what it was given. By default
-// it copies its input like an effect; it can scale, repeat frames like an
-// up-sampler, emit fixed doubles, report another format, fail, or answer one
-// parameter identifier.
+// A stand-in filter that records what it was given. It copies its input
+// scaled by `gain`, each frame `repeat` times, or writes `emit`; it can
+// report another format, fail, or answer one parameter identifier.
 class ProbeFilter : public RealAudioFilter {
 public:
     explicit ProbeFilter(std::string label = "Probe") : label(std::move(label)) {}
 
     std::string label;
     double gain = 1.0;
-    int repeat = 1;               // output frames per input frame
-    std::vector<double> emit;     // when set, written instead of the input
-    int reportRate = 0;           // 0: the input's rate
-    int reportBits = 0;           // 0: the input's depth
-    int failWith = 0;             // a negative value is returned without writing
+    int repeat = 1;
+    std::vector<double> emit;
+    int reportRate = 0, reportBits = 0;  // 0: the input's
+    int failWith = 0;
     unsigned long paramId = 0;
     int paramAnswer = 0;
 
-    int processCalls = 0;
-    int resetCalls = 0;
-    int paramCalls = 0;
+    int processCalls = 0, resetCalls = 0, paramCalls = 0;
     const RealAudioBuffer* lastIn = nullptr;
     RealAudioBuffer* lastOut = nullptr;
-    int seenInLength = -1;
-    int seenOutLength = -1;
-    int seenOutCapacity = -1;
-    int seenOutRate = -1;
-    int seenOutBits = -1;
-    int seenOutChannels = -1;
 
     const char* getName() override { return label.c_str(); }
-
     int setParamData(unsigned long id, const void*, int) override { return answer(id); }
     int getParamData(unsigned long id, void*, int) override { return answer(id); }
     void reset() override { ++resetCalls; }
 
     int process(const RealAudioBuffer* in, RealAudioBuffer* out) override {
-        record(in, out);
+        ++processCalls;
+        lastIn = in;
+        lastOut = out;
         if (failWith < 0) return failWith;
-        const std::vector<double> y = produce(*in);
+        std::vector<double> y = emit;
+        for (int f = 0; emit.empty() && f + 1 < in->length; f += 2)
+            for (int r = 0; r < repeat; ++r)
+                y.insert(y.end(), {in->data[f] * gain, in->data[f + 1] * gain});
         if (static_cast<int>(y.size()) > out->capacity) return -1;
         for (size_t i = 0; i < y.size(); ++i) out->data[i] = y[i];
         out->length = static_cast<int>(y.size());
@@ -60,29 +54,6 @@ private:
     int answer(unsigned long id) {
         ++paramCalls;
         return id == paramId ? paramAnswer : 0;
-    }
-
-    void record(const RealAudioBuffer* in, RealAudioBuffer* out) {
-        ++processCalls;
-        lastIn = in;
-        lastOut = out;
-        seenInLength = in->length;
-        seenOutLength = out->length;
-        seenOutCapacity = out->capacity;
-        seenOutRate = out->sampleRate;
-        seenOutBits = out->bitsPerSample;
-        seenOutChannels = out->channels;
-    }
-
-    std::vector<double> produce(const RealAudioBuffer& in) const {
-        if (!emit.empty()) return emit;
-        std::vector<double> y;
-        for (int f = 0; f + 1 < in.length; f += 2)
-            for (int r = 0; r < repeat; ++r) {
-                y.push_back(in.data[f] * gain);
-                y.push_back(in.data[f + 1] * gain);
-            }
-        return y;
     }
 };
 

@@ -18,6 +18,7 @@ namespace {
 
 constexpr unsigned long kId = 0x70414C43;
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+using Blocks = std::vector<std::vector<double>>;
 
 Bytes block(int32_t mode, double recovery = 0.01 / 65536.0, unsigned char enabled = 1) {
     Bytes b = {0x31, 0x4C, 0x41, 0x6D, enabled, 0, 0, 0};
@@ -33,107 +34,85 @@ std::vector<double> run(ALCFilter& f, const std::vector<double>& x) {
     return testutil::runBlock(f, x, 44100);
 }
 
+// Blocks in turn through a freshly configured filter; NaN matches NaN.
+void expectBlocks(int32_t mode, double recovery, const Blocks& in, const Blocks& out) {
+    ALCFilter f;
+    configure(f, block(mode, recovery));
+    for (size_t b = 0; b < in.size(); ++b) {
+        const std::vector<double> y = run(f, in[b]);
+        for (size_t i = 0; i < y.size(); ++i) {
+            if (std::isnan(y[i]) && std::isnan(out[b][i])) continue;
+            EXPECT_EQ(y[i], out[b][i]) << mode << " " << recovery << " " << b << " " << i;
+        }
+    }
+}
+
 }  // namespace
 
-TEST(ALCFilterParams, DefaultBlockChecksAndStoredBytes) {
+TEST(ALCFilter, ParameterBlockBoundaries) {
     ALCFilter f;
     EXPECT_EQ(storedBlock(f, kId, 20), block(2, 1.52587890625e-07));
     EXPECT_STREQ(f.getName(), "ALC");
     testing_filters::expectBlockChecks(f, kId, 0x70455551, block(1, 0.5));
-
-    Bytes b = block(1, 0.5);
-    b[5] = 0x7F;
-    b[6] = 0xAA;
-    b[7] = 0x55;
-    EXPECT_EQ(f.setParamData(kId, b.data(), 64), 20);
-    EXPECT_EQ(storedBlock(f, kId, 20), b);
-}
-
-TEST(ALCFilterParams, RefusedValuesKeepParametersAndGain) {
-    ALCFilter f;
     configure(f, block(1));
     run(f, {2.0, 0.0});  // gain falls to 0.5
-    const Bytes before = storedBlock(f, kId, 20);
-    for (int32_t mode : {0, 3, -1}) EXPECT_EQ(f.setParamData(kId, block(mode).data(), 20), -1);
-    for (double r : {-0.1, 1.5, kNaN, -1e-300, 2.0})
-        EXPECT_EQ(f.setParamData(kId, block(2, r).data(), 20), -1) << r;
-    EXPECT_EQ(storedBlock(f, kId, 20), before);
-    EXPECT_EQ(run(f, {0.5, 0.5}), (std::vector<double>{0.25, 0.25}));  // still mode 1, gain 0.5
+    const Bytes kept = storedBlock(f, kId, 20);
+    const struct {
+        int32_t mode;
+        double recovery;
+    } refused[] = {{0, 0.5}, {3, 0.5}, {-1, 0.5}, {2, -0.1}, {2, 1.5}, {2, kNaN}, {2, -1e-300}};
+    for (const auto& r : refused)
+        EXPECT_EQ(f.setParamData(kId, block(r.mode, r.recovery).data(), 20), -1) << r.mode;
+    EXPECT_EQ(storedBlock(f, kId, 20), kept);
+    EXPECT_EQ(run(f, {0.5, 0.5}), (std::vector<double>{0.25, 0.25}));  // mode 1, gain 0.5 kept
     for (double r : {0.0, 1.0}) EXPECT_EQ(f.setParamData(kId, block(1, r).data(), 20), 20);
 }
 
-// The gain falls per frame, earlier frames keep theirs, and it recovers by
-// the rate times the block's doubles (an unpaired last double included,
-// though it is not written).
-TEST(ALCLinked, GainFallsPerFrameAndRecoversPerBlock) {
+// Linked (2): the louder channel of a frame lands on full scale and the gain
+// stays for later frames; after each block it recovers by the rate times the
+// block's doubles (an unpaired last double counts but is not written),
+// overshooting once before it is pinned to one. Per sample (1): the gain only
+// falls; full scale and NaN do not move it, infinity drops it to zero.
+TEST(ALCFilter, DocumentedExamples) {
+    expectBlocks(2, 0.01, {{0.5, 0.5, 4.0, 0.0}, {0.5, 0.5}},
+                 {{0.5, 0.5, 1.0, 0.0}, {0.5 * (0.25 + 4 * 0.01), 0.5 * (0.25 + 4 * 0.01)}});
+    expectBlocks(2, 0.01, {{2.0, 0.5, 0.5, -4.0}}, {{1.0, 0.25, 0.125, -1.0}});
+    expectBlocks(
+        2, 0.01, {{2.0, 0.0, 0.5, 0.5, 3.0}, {0.5, 0.5}},
+        {{1.0, 0.0, 0.25, 0.25, -123.0}, {0.5 * (0.5 + 5 * 0.01), 0.5 * (0.5 + 5 * 0.01)}});
+    expectBlocks(2, 0.0, {{8.0, 0.0}, {0.5, 0.5, 0.5, 0.5}},
+                 {{1.0, 0.0}, {0.0625, 0.0625, 0.0625, 0.0625}});
+    const double peak = 1.0 / 0.9999, overshoot = 1.0 / peak + 4 * 1e-4;
+    expectBlocks(
+        2, 1e-4, {{peak, 0.0, 0.0, 0.0}, {0.5, 0.5}, {0.5, 0.5}},
+        {{peak * (1.0 / peak), 0.0, 0.0, 0.0}, {0.5 * overshoot, 0.5 * overshoot}, {0.5, 0.5}});
+
+    expectBlocks(1, 0.01, {{0.5, 2.0}, {0.5, 1.0}, {0.5, 0.5}},
+                 {{0.5, 1.0}, {0.25, 0.5}, {0.25, 0.25}});
+    expectBlocks(1, 0.01, {{1.0, -1.0, kNaN, 0.5}}, {{1.0, -1.0, kNaN, 0.5}});
+    expectBlocks(1, 0.01, {{INFINITY, 0.5}}, {{kNaN, 0.0}});
+}
+
+// Reset and a new block restore full gain; disabled passes bit for bit; a
+// refused block neither writes nor lowers the gain.
+TEST(ALCFilter, ResetDisabledAndCapacity) {
     ALCFilter f;
-    configure(f, block(2, 0.01));
-    EXPECT_EQ(run(f, {0.5, 0.5, 4.0, 0.0}), (std::vector<double>{0.5, 0.5, 1.0, 0.0}));
-    EXPECT_EQ(run(f, {0.5, 0.5})[0], 0.5 * (0.25 + 4 * 0.01));
-
-    configure(f, block(2, 0.01));  // the louder channel, either one, lands on full scale
-    EXPECT_EQ(run(f, {2.0, 0.5, 0.5, -4.0}), (std::vector<double>{1.0, 0.25, 0.125, -1.0}));
-
-    configure(f, block(2, 0.01));
-    EXPECT_EQ(run(f, {2.0, 0.0, 0.5, 0.5, 3.0}),
-              (std::vector<double>{1.0, 0.0, 0.25, 0.25, -123.0}));
-    EXPECT_EQ(run(f, {0.5, 0.5})[0], 0.5 * (0.5 + 5 * 0.01));
-
     configure(f, block(2, 0.0));
-    run(f, {8.0, 0.0});
-    EXPECT_EQ(run(f, std::vector<double>(1000, 0.5))[999], 0.0625);  // no recovery at all
+    run(f, {2.0, 0.0});
     f.reset();
     EXPECT_EQ(run(f, {0.5, 0.5})[0], 0.5);
-}
-
-TEST(ALCLinked, RecoveryOvershootsOnceThenPinsToOne) {
-    ALCFilter f;
-    configure(f, block(2, 1e-6));
-    std::vector<double> block0(2048, 0.0);
-    block0[0] = 1.0 / 0.9999;
-    run(f, block0);
-    const double gain = 1.0 / (1.0 / 0.9999) + 2048.0 * 1e-6;
-    const std::vector<double> quiet(2048, 0.5);
-    const std::vector<double> y = run(f, quiet);
-    EXPECT_EQ(y[0], 0.5 * gain);
-    EXPECT_EQ(y[2047], 0.5 * gain);
-    EXPECT_EQ(run(f, quiet)[0], 0.5);
-}
-
-TEST(ALCPerSample, GainOnlyFallsSampleBySampleAndIgnoresFullScaleAndNaN) {
-    ALCFilter f;
-    configure(f, block(1));
-    EXPECT_EQ(run(f, {0.5, 2.0}), (std::vector<double>{0.5, 1.0}));
-    EXPECT_EQ(run(f, {0.5, 1.0}), (std::vector<double>{0.25, 0.5}));
-    EXPECT_EQ(run(f, std::vector<double>(4096, 0.5))[4095], 0.25);  // no recovery
-    configure(f, block(1));                                         // a new block resets
-    EXPECT_EQ(run(f, {0.5})[0], 0.5);
-
-    configure(f, block(1));
-    std::vector<double> y = run(f, {1.0, -1.0, kNaN, 0.5});
-    EXPECT_EQ(y[0], 1.0);
-    EXPECT_EQ(y[1], -1.0);
-    EXPECT_TRUE(std::isnan(y[2]));
-    EXPECT_EQ(y[3], 0.5);
-
-    configure(f, block(1));
-    y = run(f, {INFINITY, 0.5});
-    EXPECT_TRUE(std::isnan(y[0]));
-    EXPECT_EQ(y[1], 0.0);
-}
-
-TEST(ALCProcess, DisabledIsBitExactAndRefusedBlocksLeaveNoTrace) {
-    ALCFilter f;
+    run(f, {2.0, 0.0});
     configure(f, block(2, 0.0));
-    run(f, {2.0, 0.0});  // gain 0.5
+    EXPECT_EQ(run(f, {0.5, 0.5})[0], 0.5);
+    run(f, {2.0, 0.0});
     configure(f, block(2, 0.0, 0));
     const std::vector<double> x = {3.0, -7.5, 1e-310, -0.0};
     EXPECT_TRUE(testutil::sameBits(run(f, x), x));
 
     ALCFilter fresh;
-    testutil::expectCapacityChecked(fresh, 44100);
     std::vector<double> loud = {4.0, 0.0, 0.5, 0.5}, out(3);
     RealAudioBuffer in(loud.data(), 4, 4, 44100, 16), shortOut(out.data(), 3, 0, 0, 0);
     EXPECT_EQ(fresh.process(&in, &shortOut), -1);
-    EXPECT_EQ(run(fresh, {0.5, 0.5})[0], 0.5);  // the refused block did not lower the gain
+    EXPECT_EQ(run(fresh, {0.5, 0.5})[0], 0.5);
+    testutil::expectCapacityChecked(fresh, 44100);
 }

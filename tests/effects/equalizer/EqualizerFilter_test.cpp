@@ -1,9 +1,9 @@
+#include <eqgen/EqTableGen.h>
 #include <quorvex/EqualizerFilter.h>
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <vector>
@@ -19,12 +19,12 @@ using testutil::runBlock;
 namespace {
 
 constexpr unsigned long kId = 0x70455551;
-constexpr int kRates[] = {44100, 48000, 88200, 96000};
 
-Bytes gains(std::initializer_list<std::pair<int, double>> bandGains, unsigned char enabled = 1) {
+Bytes gains(std::vector<double> bandGains, unsigned char enabled = 1) {
     Bytes b = {0x32, 0x70, 0x45, 0x6D, enabled, 0, 0, 0};
     b.resize(92);
-    for (const auto& bg : bandGains) std::memcpy(&b[8 + 8 * bg.first], &bg.second, 8);
+    bandGains.resize(10, 0.0);
+    std::memcpy(&b[8], bandGains.data(), 80);
     return b;
 }
 
@@ -32,149 +32,122 @@ void configure(EqualizerFilter& f, const Bytes& b) {
     ASSERT_EQ(f.setParamData(kId, b.data(), 92), 92);
 }
 
-// Level change in dB of a sine once the sections have settled.
-double sineGainDb(EqualizerFilter& f, double hz, int rate) {
-    const int settle = rate / 2;
-    std::vector<double> x = testutil::stereoSine(hz, rate, settle + rate / 10);
-    std::vector<double> y = runBlock(f, x, rate);
+// Level change in dB of a 1 kHz sine at 44.1 kHz once the sections have settled.
+double gainAt1kHzDb(EqualizerFilter& f) {
+    std::vector<double> x(2 * 26460);
+    for (size_t i = 0; i < x.size(); ++i)
+        x[i] = 0.5 * std::sin(2.0 * M_PI * 1000.0 * (i / 2) / 44100);
+    const std::vector<double> y = runBlock(f, x, 44100);
     double inPower = 0.0, outPower = 0.0;
-    for (size_t i = 2 * static_cast<size_t>(settle); i < x.size(); i += 2) {
+    for (size_t i = 44100; i < x.size(); ++i) {
         inPower += x[i] * x[i];
         outPower += y[i] * y[i];
     }
     return 10.0 * std::log10(outPower / inPower);
 }
 
+struct Table {
+    int rate;
+    const double *feedback, *feedForward;
+    size_t size;
+};
+const Table kTables[] = {{44100, gEQ_Coeff44k_A, gEQ_Coeff44k_B, 525},
+                         {48000, gEQ_Coeff48k_A, gEQ_Coeff48k_B, 525},
+                         {88200, gEQ_Coeff88k_A, gEQ_Coeff88k_B, 750},
+                         {96000, gEQ_Coeff96k_A, gEQ_Coeff96k_B, 750}};
+
 }  // namespace
 
-// The block stores padding and reserved bytes but never writes its last
-// three bytes.
-TEST(EqualizerParams, DefaultBlockChecksAndStoredBytes) {
+// The gains run from -1 to 1; the last three bytes are never written.
+TEST(EqualizerFilter, ParameterBlockBoundaries) {
     EqualizerFilter f;
     Bytes expected = gains({}, 0);
     expected[89] = expected[90] = expected[91] = 0xEE;
     EXPECT_EQ(storedBlock(f, kId, 92), expected);
-    EXPECT_STREQ(f.getName(), "Equalizer");
-    testing_filters::expectBlockChecks(f, kId, 0x70414C43, gains({{3, 0.5}}));
-
-    Bytes b = gains({{9, -0.25}});
-    b[5] = 0xA5;
-    b[7] = 0x5A;
-    b[88] = 0x77;
-    b[89] = b[90] = b[91] = 0x99;
-    configure(f, b);
-    b[89] = b[90] = b[91] = 0xEE;
-    EXPECT_EQ(storedBlock(f, kId, 92), b);
-}
-
-TEST(EqualizerParams, OutOfRangeGainKeepsEverything) {
-    EqualizerFilter f;
-    configure(f, gains({{3, 1.0}, {9, -1.0}}));
-    const Bytes before = storedBlock(f, kId, 92);
+    testing_filters::expectBlockChecks(f, kId, 0x70414C43, gains({0, 0, 0, 0.5}));
+    configure(f, gains({1.0, 0, 0, 0, 0, 0, 0, 0, 0, -1.0}));
+    const Bytes kept = storedBlock(f, kId, 92);
     for (double g : {1.0000001, -1.0000001, std::numeric_limits<double>::quiet_NaN(), HUGE_VAL})
-        for (int band : {0, 5, 9})
-            EXPECT_EQ(f.setParamData(kId, gains({{band, g}}).data(), 92), -1) << g << " " << band;
-    EXPECT_EQ(storedBlock(f, kId, 92), before);
-    EXPECT_NEAR(sineGainDb(f, 1000.0, 44100), 12.0, 0.01);
+        for (size_t at : {8, 48, 80}) {
+            Bytes b = gains({});
+            std::memcpy(&b[at], &g, 8);
+            EXPECT_EQ(f.setParamData(kId, b.data(), 92), -1) << g << " " << at;
+        }
+    EXPECT_EQ(storedBlock(f, kId, 92), kept);
 }
 
-// The level of a settled sine at a band centre. Each gain lands on a 1 dB
-// step, truncated downwards; each rate has its own sections, and six-digit
-// coefficients blur the 63 Hz band's poles at the higher rates.
-TEST(EqualizerBands, GainAtTheBandCentre) {
+TEST(EqualizerTables, MatchTheGeneratorAndPrintedValues) {
+    for (const Table& t : kTables) {
+        const eqgen::RateTables gen = eqgen::makeTables(t.rate);
+        ASSERT_EQ(gen.feedback, std::vector<double>(t.feedback, t.feedback + t.size)) << t.rate;
+        ASSERT_EQ(gen.feedForward, std::vector<double>(t.feedForward, t.feedForward + t.size));
+    }
     const struct {
-        int band;
-        double gain, hz, db, tolerance;
-        std::vector<int> rates;
-    } cases[] = {{3, 1.0, 1000, 12.0, 0.01, {44100}},      {3, -1.0, 1000, -12.0, 0.01, {44100}},
-                 {3, 0.04, 1000, 0.0, 0.01, {44100}},      {3, -0.04, 1000, -1.0, 0.01, {44100}},
-                 {3, 0.5, 1000, 6.0, 0.01, {44100}},       {3, -0.5, 1000, -6.0, 0.01, {44100}},
-                 {6, 1.0, 16000, 12.0, 0.05, {44100, 48000, 88200, 96000}},
-                 {0, -1.0, 63, -11.5, 0.55, {44100, 48000, 88200, 96000}},
-                 {8, -1.0, 30, -11.75, 0.75, {96000}}};  // the low shelf's floor
-    EqualizerFilter f;
-    for (const auto& c : cases) {
-        configure(f, gains({{c.band, c.gain}}));
-        for (int rate : c.rates)
-            EXPECT_NEAR(sineGainDb(f, c.hz, rate), c.db, c.tolerance)
-                << c.band << " " << c.gain << " " << rate;
+        int table, band, index;
+        double b0, b1, b2, a1, a2;
+    } rows[] = {{0, 3, 0, 0.931194, -1.79782, 0.885032, 1.79782, -0.816226},
+                {2, 9, 24, 2.06374, -0.676619, -0.579143, -0.132551, 0.324577},
+                {2, 8, 0, 0.992531, -1.97008, 0.977618, 1.96999, -0.970244},
+                {3, 8, 17, 1.00283, -1.98302, 0.980332, 1.98305, -0.98313}};
+    for (const auto& r : rows) {
+        const Table& t = kTables[r.table];
+        const int at = r.band * 75 + r.index;
+        EXPECT_EQ(
+            (std::vector<double>{t.feedForward[at], t.feedForward[at + 25], t.feedForward[at + 50],
+                                 t.feedback[at + 25], t.feedback[at + 50]}),
+            (std::vector<double>{r.b0, r.b1, r.b2, r.a1, r.a2}))
+            << t.rate << " band " << r.band << " index " << r.index;
     }
 }
 
-TEST(EqualizerBands, FlatPassesAndUpperBandsActOnlyAtTheHighRates) {
+// Each gain selects the 1 dB step below it (-0.04 -> 11, 0.04 -> 12, 1.0 ->
+// 24); each band runs w = x + (a1 d1 + a2 d2), y = b0 w + (b1 d1 + b2 d2).
+// Seven bands at the low rates, ten at the high ones; histories start empty.
+TEST(EqualizerFilter, SectionsFollowTheRecurrenceAtTheSelectedSteps) {
+    const std::vector<double> g = {-0.04, 0.04, 1.0, -1.0, 0.5, -0.5, 0.3, -0.3, 0.99, -0.99};
+    const int steps[10] = {11, 12, 24, 0, 18, 6, 15, 8, 23, 0};
     EqualizerFilter f;
-    const std::vector<double> x = testutil::noise(4000);
-    configure(f, gains({}));
-    for (int rate : kRates)
-        EXPECT_LT(testutil::maxAbsDifference(runBlock(f, x, rate), x), 1e-9) << rate;
-    configure(f, gains({{7, 1.0}, {8, -1.0}, {9, 1.0}}));
-    for (int rate : kRates)
-        EXPECT_EQ(testutil::maxAbsDifference(runBlock(f, x, rate), x) > 0.1, rate > 80000) << rate;
-}
-
-TEST(EqualizerSharedState, LastConstructionOrResetDecidesForAll) {
-    EqualizerFilter first;
-    configure(first, gains({{3, 1.0}}));
-    EXPECT_NEAR(sineGainDb(first, 1000.0, 44100), 12.0, 0.01);
-    const Bytes stored = storedBlock(first, kId, 92);
-
-    EqualizerFilter second;  // flattens every band
-    EXPECT_NEAR(sineGainDb(first, 1000.0, 44100), 0.0, 0.001);
-    EXPECT_EQ(storedBlock(first, kId, 92), stored);
-
-    first.reset();
-    EXPECT_NEAR(sineGainDb(first, 1000.0, 44100), 12.0, 0.01);
-
-    configure(second, gains({{3, -1.0}}, 0));  // a block on the other applies to both
-    EXPECT_NEAR(sineGainDb(first, 1000.0, 44100), -12.0, 0.01);
-}
-
-TEST(EqualizerProcess, DisabledUnknownRateOddTailAndCapacity) {
-    EqualizerFilter f;
-    const std::vector<double> x = {0.25, -0.0, 1e-310, 3.5,
-                                   std::numeric_limits<double>::quiet_NaN()};
-    configure(f, gains({{0, 1.0}}, 0));
-    for (int rate : kRates) EXPECT_TRUE(testutil::sameBits(runBlock(f, x, rate), x)) << rate;
-    configure(f, gains({{3, 1.0}}));
-    EXPECT_TRUE(testutil::sameBits(runBlock(f, x, 32000), x));
-    const std::vector<double> y = runBlock(f, {0.5, 0.5, 0.25}, 44100);
-    EXPECT_NE(y[0], 0.5);
-    EXPECT_EQ(y[2], 0.25);
-    testutil::expectCapacityChecked(f, 44100);
-}
-
-// The sections' exact arithmetic for fresh histories (each case runs in its
-// own process): per band, w = x + (a1 d1 + a2 d2) and
-// y = b0 w + (b1 d1 + b2 d2), with the step each gain selects.
-TEST(EqualizerKernels, FollowTheSectionRecurrenceBitForBit) {
-    const int steps[10] = {12, 0, 24, 18, 11, 12, 3, 20, 5, 22};
-    Bytes b = gains({});
-    for (int band = 0; band < 10; ++band) {
-        const double g = std::fmin(1.0, (steps[band] - 12) / 12.0 + 0.01);
-        std::memcpy(&b[8 + 8 * band], &g, 8);
-    }
-    EqualizerFilter f;
-    configure(f, b);
-
-    double d[2][10][2] = {};
+    configure(f, gains(g));
     const std::vector<double> x = testutil::noise(300);
-    for (size_t frame = 0; frame < x.size() / 2; ++frame) {
-        double want[2] = {x[2 * frame], x[2 * frame + 1]};
-        for (int band = 0; band < 10; ++band) {
-            const int at = 75 * band + steps[band];
-            const double* A = gEQ_Coeff88k_A;
-            const double* B = gEQ_Coeff88k_B;
-            for (int ch = 0; ch < 2; ++ch) {
-                double* s = d[ch][band];
-                const double w = want[ch] + (A[at + 25] * s[0] + A[at + 50] * s[1]);
-                want[ch] = B[at] * w + (B[at + 25] * s[0] + B[at + 50] * s[1]);
+    for (const Table& t : {kTables[0], kTables[2]}) {
+        const std::vector<double> y = runBlock(f, x, t.rate);
+        double d[2][10][2] = {};
+        for (size_t i = 0; i < x.size(); ++i) {
+            double v = x[i];
+            for (size_t band = 0; band < t.size / 75; ++band) {
+                const size_t at = 75 * band + static_cast<size_t>(steps[band]);
+                double* s = d[i % 2][band];
+                const double w = v + (t.feedback[at + 25] * s[0] + t.feedback[at + 50] * s[1]);
+                v = t.feedForward[at] * w +
+                    (t.feedForward[at + 25] * s[0] + t.feedForward[at + 50] * s[1]);
                 s[1] = s[0];
                 s[0] = w;
             }
+            ASSERT_EQ(y[i], v) << t.rate << " " << i;
         }
-        double l, r;
-        equalizer_88k(x[2 * frame], x[2 * frame + 1], &l, &r);
-        ASSERT_EQ(l, want[0]) << frame;
-        ASSERT_EQ(r, want[1]) << frame;
     }
+}
+
+// Band 3 at +12 dB lifts 1 kHz by 12 dB. The sections are shared: the last
+// construction (flat), reset (its own block) or block set decides for all.
+// Disabled or at another rate the filter passes bit for bit.
+TEST(EqualizerFilter, BandThreeLiftSharedSectionsAndPassThrough) {
+    EqualizerFilter first;
+    configure(first, gains({0, 0, 0, 1.0}));
+    EXPECT_NEAR(gainAt1kHzDb(first), 12.0, 0.01);
+    EqualizerFilter second;
+    EXPECT_NEAR(gainAt1kHzDb(first), 0.0, 0.001);
+    first.reset();
+    EXPECT_NEAR(gainAt1kHzDb(first), 12.0, 0.01);
+    configure(second, gains({0, 0, 0, -1.0}, 0));
+    EXPECT_NEAR(gainAt1kHzDb(first), -12.0, 0.01);
+
+    EqualizerFilter& f = first;
+    const std::vector<double> x = {0.25, -0.0, 1e-310, 3.5,
+                                   std::numeric_limits<double>::quiet_NaN()};
+    configure(f, gains({1.0}, 0));
+    for (int rate : {44100, 96000}) EXPECT_TRUE(testutil::sameBits(runBlock(f, x, rate), x));
+    configure(f, gains({0, 0, 0, 1.0}));
+    EXPECT_TRUE(testutil::sameBits(runBlock(f, x, 32000), x));
+    testutil::expectCapacityChecked(f, 44100);
 }
