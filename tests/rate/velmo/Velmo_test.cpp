@@ -1,0 +1,190 @@
+#include <gtest/gtest.h>
+#include <quorvex/UpSamplingFilter.h>
+#include <quorvex/Velmo.h>
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include "rate/velmo/VelmoModel.h"
+#include "rate/velmo/VelmoTables.h"
+#include "support/ParamBlock.h"
+
+using testing_filters::Bytes;
+using velmo_model::Kernel;
+
+// Every case runs in a fresh process (CTest), where all history is zero.
+
+namespace {
+
+constexpr unsigned long kId = 0x70564C43;
+
+Bytes put(Bytes b, int offset, uint32_t v) {
+    std::memcpy(&b[static_cast<size_t>(offset)], &v, 4);
+    return b;
+}
+Bytes stored(UpSamplingFilter& f) { return testing_filters::storedBlock(f, kId, 20); }
+
+// One block into exactly its output size, compared frame by frame with the
+// model's kernel behind `section` (none: the input as it is).
+void expectModel(UpSamplingFilter& f, velmo_model::Enhancer& model, Kernel kernel,
+                 velmo_model::Biquad* section, std::vector<double> x, int rate, int bits) {
+    std::vector<double> y(2 * x.size() + 1, -7.0);
+    RealAudioBuffer in(x.data(), static_cast<int>(x.size()), static_cast<int>(x.size()), rate,
+                       bits);
+    RealAudioBuffer out(y.data(), static_cast<int>(2 * x.size()), 0, 0, 0);
+    ASSERT_EQ(f.process(&in, &out), 0);
+    EXPECT_EQ(out.length, static_cast<int>(2 * x.size()));
+    EXPECT_EQ(out.sampleRate, 2 * rate);
+    EXPECT_EQ(out.bitsPerSample, 24);
+    for (std::size_t i = 0; i + 1 < x.size(); i += 2) {
+        velmo_model::Frame v{x[i], x[i + 1]};
+        if (section != nullptr) v = section->step(v);
+        const auto w = model.run(kernel, v);
+        ASSERT_EQ(std::vector<double>(y.begin() + 2 * i, y.begin() + 2 * i + 4),
+                  (std::vector<double>{w[0].l, w[0].r, w[1].l, w[1].r}))
+            << rate << " " << bits << " " << i;
+    }
+    EXPECT_EQ(y[4 * (x.size() / 2)], -7.0);  // nothing for a trailing odd double
+}
+
+}  // namespace
+
+// All five kernels in an irregular order over one stream, with an
+// initialisation halfway: the step order within a call, which lines the
+// kernels share, and what VelmoInit clears.
+TEST(VelmoKernels, InterleavedKernelsMatchTheModelBitForBit) {
+    using KernelFn = void (*)(double, double, double*, double*, double*, double*);
+    const KernelFn kernels[] = {Velmo_OFF, VelmoCDUpSampler, VelmoMP3UpSampler, VelmoCDUpSampler32,
+                                VelmoMP3UpSampler32};  // as in Kernel
+    velmo_model::Enhancer model;
+    const std::vector<double> x = velmo_model::noise(2 * 600, 11);
+    for (int i = 0; i < 600; ++i) {
+        const int k = (i * 7 + i / 5) % 5;
+        std::array<double, 4> got;
+        kernels[k](x[2 * i], x[2 * i + 1], &got[0], &got[1], &got[2], &got[3]);
+        const auto want = model.run(static_cast<Kernel>(k), {x[2 * i], x[2 * i + 1]});
+        ASSERT_EQ(got, (std::array<double, 4>{want[0].l, want[0].r, want[1].l, want[1].r})) << i;
+        if (i == 300) {
+            VelmoInit();
+            VelmoInit();
+            model.init();
+        }
+    }
+}
+
+// Each format and setting through a new filter, one after the other, against
+// the pre-emphasis section and kernel it calls for; formats without a section
+// and a disabled filter interpolate plainly. Sections of equal coefficients
+// keep their own state.
+TEST(UpSamplingFilterProcess, EveryPathMatchesTheModelBitForBit) {
+    velmo_model::Biquad sections[] = {{sVelmoFine44K},    {sVelmoFine44K},   {sVelmoSuper44K},
+                                      {sVelmoSuper44K},   {sVelmoFine48K16}, {sVelmoFine48K24},
+                                      {sVelmoSuper48K16}, {sVelmoSuper48K24}};
+    enum {
+        kFine44_16,
+        kFine44_24,
+        kSuper44_16,
+        kSuper44_24,
+        kFine48_16,
+        kFine48_24,
+        kSuper48_16,
+        kSuper48_24,
+        kNone = -1
+    };
+    const struct {
+        int bits, rate;
+        unsigned char on, mp3;
+        uint32_t mode;
+        bool use32;
+        int section;
+        Kernel kernel;
+    } cases[] = {{16, 44100, 1, 0, 1, true, kSuper44_16, velmo_model::kCD},
+                 {16, 44100, 1, 9, 2, false, kFine44_16, velmo_model::kMP3},
+                 {24, 44100, 1, 1, 1, false, kSuper44_24, velmo_model::kMP3},
+                 {24, 44100, 1, 0, 2, false, kFine44_24, velmo_model::kCD},
+                 {16, 48000, 1, 1, 1, false, kSuper48_16, velmo_model::kMP3},
+                 {16, 48000, 1, 0, 2, true, kFine48_16, velmo_model::kCD32},
+                 {16, 48000, 1, 1, 1, true, kSuper48_16, velmo_model::kMP332},
+                 {24, 48000, 1, 0, 1, true, kSuper48_24, velmo_model::kCD},
+                 {24, 48000, 1, 1, 2, false, kFine48_24, velmo_model::kMP3},
+                 {16, 32000, 1, 0, 1, false, kNone, velmo_model::kOff},
+                 {32, 44100, 1, 1, 2, false, kNone, velmo_model::kOff},
+                 {16, 44100, 0, 1, 1, false, kNone, velmo_model::kOff}};
+    velmo_model::Enhancer model;
+    for (const auto& c : cases) {
+        UpSamplingFilter f;
+        f.setUseUpSampler32(c.use32);
+        Bytes block = put(stored(f), 12, c.mode);
+        block[8] = c.on;
+        block[9] = c.mp3;
+        ASSERT_EQ(f.setParamData(kId, block.data(), 20), 20);
+        model.init();
+        for (unsigned n : {75, 100})
+            expectModel(f, model, c.kernel, c.section == kNone ? nullptr : &sections[c.section],
+                        velmo_model::noise(n, n), c.rate, c.bits);
+    }
+}
+
+TEST(UpSamplingFilterProcess, TooSmallAnOutputIsRefusedUntouched) {
+    UpSamplingFilter f;
+    std::vector<double> x(6, 0.25), y(12, -7.0);
+    RealAudioBuffer in(x.data(), 6, 6, 44100, 16);
+    RealAudioBuffer out(y.data(), 11, 3, 22050, 8);
+    EXPECT_EQ(f.process(&in, &out), -1);
+    EXPECT_EQ(out.length, 3);
+    EXPECT_EQ(out.sampleRate, 22050);
+    EXPECT_EQ(y[0], -7.0);
+}
+
+TEST(UpSamplingFilterParams, DefaultBlockAndBoundaries) {
+    UpSamplingFilter f;
+    EXPECT_STREQ(f.getName(), "Velmo");
+    const Bytes defaults = stored(f);
+    EXPECT_EQ(defaults, (Bytes{0x43, 0x4C, 0x56, 0x6D, 20, 0, 0,    0,    0,    0,
+                               0,    0,    1,    0,    0,  0, 0x6D, 0x56, 0x4C, 0x43}));
+    const struct {
+        int offset;
+        uint32_t value;
+        int result;
+    } cases[] = {{4, 24, -1}, {16, 0x6D564C43, -1}, {12, 0, -1}, {12, 3, -1},
+                 {12, 2, 20}, {12, 1, 20},          {4, 20, 20}};
+    for (const auto& c : cases) {
+        const Bytes before = stored(f), block = put(defaults, c.offset, c.value);
+        EXPECT_EQ(f.setParamData(kId, block.data(), 20), c.result) << c.offset << " " << c.value;
+        EXPECT_EQ(stored(f), c.result < 0 ? before : block) << c.offset << " " << c.value;
+    }
+    testing_filters::expectBlockChecks(f, kId, kId + 1, put(defaults, 12, 2));
+}
+
+// Enabled at 32 kHz the filter interpolates plainly, on a line that a reset
+// clears. A block that differs in its reserved bytes alone is neither stored
+// nor a reset; a change in any of the other three fields stores every byte.
+TEST(UpSamplingFilterParams, OnlyARealChangeResets) {
+    UpSamplingFilter f;
+    velmo_model::Enhancer model;
+    Bytes on = stored(f);
+    on[8] = 1;
+    Bytes reserved = on, enabledTwo = on, mp3 = on;
+    reserved[10] = reserved[11] = enabledTwo[10] = 0xFF;
+    enabledTwo[8] = 2;  // still on, yet a change
+    mp3[9] = 1;
+    const struct {
+        Bytes block;
+        bool resets;
+    } steps[] = {{on, true},  {reserved, false},       {enabledTwo, true},      {enabledTwo, false},
+                 {mp3, true}, {put(mp3, 12, 2), true}, {put(mp3, 12, 2), false}};
+    Bytes kept = stored(f);
+    unsigned seed = 0;
+    for (const auto& s : steps) {
+        EXPECT_EQ(f.setParamData(kId, s.block.data(), 20), 20);
+        if (s.resets) kept = s.block, model.init();
+        EXPECT_EQ(stored(f), kept);
+        expectModel(f, model, velmo_model::kOff, nullptr, velmo_model::noise(64, ++seed), 32000,
+                    16);
+    }
+    f.reset();
+    model.init();
+    expectModel(f, model, velmo_model::kOff, nullptr, velmo_model::noise(64, ++seed), 32000, 16);
+}
