@@ -166,9 +166,10 @@ TEST(UpSamplingFilterParams, OnlyARealChangeResets) {
     velmo_model::Enhancer model;
     Bytes on = stored(f);
     on[8] = 1;
-    Bytes reserved = on, enabledTwo = on, mp3 = on;
+    Bytes reserved = on, enabledTwo = on;
     reserved[10] = reserved[11] = enabledTwo[10] = 0xFF;
     enabledTwo[8] = 2;  // still on, yet a change
+    Bytes mp3 = enabledTwo;
     mp3[9] = 1;
     const struct {
         Bytes block;
