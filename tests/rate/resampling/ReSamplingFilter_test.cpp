@@ -1,5 +1,6 @@
-#include <gtest/gtest.h>
 #include <quorvex/ReSamplingFilter.h>
+
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
@@ -42,7 +43,7 @@ struct Reference {
         stored = made = carry = 0;
     }
 
-    int run(const double *x, int frames, double *y) {
+    int run(const double* x, int frames, double* y) {
         if (stored == 0) stored = 4096 / up;
         for (int f = 0; f < frames; ++f, ++stored)
             for (int c = 0; c < 2; ++c) ring[2 * (stored & 65535) + c] = x[2 * f + c];
@@ -70,19 +71,19 @@ struct Step {
     bool reset = false;
 };
 
-void expectSameAsReference(int inRate, int outRate, const std::vector<Step> &steps) {
+void expectSameAsReference(int inRate, int outRate, const std::vector<Step>& steps) {
     std::mt19937 rng(inRate);
     std::uniform_real_distribution<double> u(-1.0, 1.0);
     ReSamplingFilter filter(inRate, 16, outRate, 24);
     Reference ref;
     ref.init(inRate, outRate);
-    for (const Step &s : steps) {
+    for (const Step& s : steps) {
         if (s.reset) filter.reset();
         if (s.reset || s.rate != ref.in) ref.init(s.rate, outRate);
         const int frames = std::abs(s.frames);
         std::vector<double> x(2 * frames + (s.frames < 0)),
             got(2 * (int64_t{frames} + 1) * outRate / s.rate + 4), want(got.size());
-        for (double &v : x) v = u(rng);
+        for (double& v : x) v = u(rng);
         int expected = 0;  // the reference takes long blocks in pieces
         for (int at = 0; at < frames; at += 32768)
             expected += ref.run(&x[2 * at], std::min(frames - at, 32768), &want[expected]);
@@ -103,7 +104,7 @@ struct Result {
 
 // One block of `frames` ones into `capacity` doubles; the sentinel after them
 // must survive.
-Result run(ReSamplingFilter &f, int frames, int rate, int capacity) {
+Result run(ReSamplingFilter& f, int frames, int rate, int capacity) {
     std::vector<double> x(2 * frames, 1.0), y(capacity + 1, kSentinel);
     RealAudioBuffer in(x.data(), 2 * frames, 2 * frames, rate, 16);
     RealAudioBuffer out(y.data(), capacity, -1, 0, 0);
@@ -150,7 +151,7 @@ TEST(ReSamplingInit, CommonMultiplesOfRatePairs) {
                  {22050, 96000, 14112000}, {32000, 44100, 14112000}, {44100, 32000, 14112000},
                  {8000, 44100, 3528000},   {48000, 48000, 48000},    {44100, 44101, -1},
                  {0, 48000, -1},           {48000, -1, -1},          {2000000000, 3, -1}};
-    for (const auto &p : pairs) {
+    for (const auto& p : pairs) {
         EXPECT_EQ(ReSamplingFilterInit(p.in, p.out), p.multiple < 0 ? -1 : 0)
             << p.in << " -> " << p.out;
         if (p.multiple > 0) {
