@@ -79,40 +79,25 @@ TEST(VelmoKernels, InterleavedKernelsMatchTheModelBitForBit) {
 // and a disabled filter interpolate plainly. Sections of equal coefficients
 // keep their own state.
 TEST(UpSamplingFilterProcess, EveryPathMatchesTheModelBitForBit) {
-    velmo_model::Biquad sections[] = {{sVelmoFine44K},    {sVelmoFine44K},   {sVelmoSuper44K},
-                                      {sVelmoSuper44K},   {sVelmoFine48K16}, {sVelmoFine48K24},
-                                      {sVelmoSuper48K16}, {sVelmoSuper48K24}};
-    enum {
-        kFine44_16,
-        kFine44_24,
-        kSuper44_16,
-        kSuper44_24,
-        kFine48_16,
-        kFine48_24,
-        kSuper48_16,
-        kSuper48_24,
-        kNone = -1
-    };
+    using namespace velmo_model;
+    Biquad f44_16{sVelmoFine44K}, f44_24{sVelmoFine44K}, s44_16{sVelmoSuper44K},
+        s44_24{sVelmoSuper44K}, f48_16{sVelmoFine48K16}, f48_24{sVelmoFine48K24},
+        s48_16{sVelmoSuper48K16}, s48_24{sVelmoSuper48K24};
     const struct {
         int bits, rate;
         unsigned char on, mp3;
         uint32_t mode;
         bool use32;
-        int section;
+        Biquad* section;
         Kernel kernel;
-    } cases[] = {{16, 44100, 1, 0, 1, true, kSuper44_16, velmo_model::kCD},
-                 {16, 44100, 1, 9, 2, false, kFine44_16, velmo_model::kMP3},
-                 {24, 44100, 1, 1, 1, false, kSuper44_24, velmo_model::kMP3},
-                 {24, 44100, 1, 0, 2, false, kFine44_24, velmo_model::kCD},
-                 {16, 48000, 1, 1, 1, false, kSuper48_16, velmo_model::kMP3},
-                 {16, 48000, 1, 0, 2, true, kFine48_16, velmo_model::kCD32},
-                 {16, 48000, 1, 1, 1, true, kSuper48_16, velmo_model::kMP332},
-                 {24, 48000, 1, 0, 1, true, kSuper48_24, velmo_model::kCD},
-                 {24, 48000, 1, 1, 2, false, kFine48_24, velmo_model::kMP3},
-                 {16, 32000, 1, 0, 1, false, kNone, velmo_model::kOff},
-                 {32, 44100, 1, 1, 2, false, kNone, velmo_model::kOff},
-                 {16, 44100, 0, 1, 1, false, kNone, velmo_model::kOff}};
-    velmo_model::Enhancer model;
+    } cases[] = {
+        {16, 44100, 1, 0, 1, true, &s44_16, kCD},    {16, 44100, 1, 9, 2, false, &f44_16, kMP3},
+        {24, 44100, 1, 1, 1, false, &s44_24, kMP3},  {24, 44100, 1, 0, 2, false, &f44_24, kCD},
+        {16, 48000, 1, 1, 1, false, &s48_16, kMP3},  {16, 48000, 1, 0, 2, true, &f48_16, kCD32},
+        {16, 48000, 1, 1, 1, true, &s48_16, kMP332}, {24, 48000, 1, 0, 1, true, &s48_24, kCD},
+        {24, 48000, 1, 1, 2, false, &f48_24, kMP3},  {16, 32000, 1, 0, 1, false, nullptr, kOff},
+        {32, 44100, 1, 1, 2, false, nullptr, kOff},  {16, 44100, 0, 1, 1, false, nullptr, kOff}};
+    Enhancer model;
     for (const auto& c : cases) {
         UpSamplingFilter f;
         f.setUseUpSampler32(c.use32);
@@ -122,8 +107,7 @@ TEST(UpSamplingFilterProcess, EveryPathMatchesTheModelBitForBit) {
         ASSERT_EQ(f.setParamData(kId, block.data(), 20), 20);
         model.init();
         for (unsigned n : {75, 100})
-            expectModel(f, model, c.kernel, c.section == kNone ? nullptr : &sections[c.section],
-                        velmo_model::noise(n, n), c.rate, c.bits);
+            expectModel(f, model, c.kernel, c.section, noise(n, n), c.rate, c.bits);
     }
 }
 
