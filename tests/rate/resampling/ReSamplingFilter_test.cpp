@@ -66,8 +66,8 @@ struct Reference {
 };
 
 struct Step {
-    int frames;  // negative: a trailing odd double as well
-    int rate;
+    int frames;    // negative: a trailing odd double as well
+    int rate = 0;  // 0: as before
     bool reset = false;
 };
 
@@ -78,70 +78,57 @@ void expectSameAsReference(int inRate, int outRate, const std::vector<Step>& ste
     Reference ref;
     ref.init(inRate, outRate);
     for (const Step& s : steps) {
+        const int rate = s.rate == 0 ? ref.in : s.rate, frames = std::abs(s.frames);
         if (s.reset) filter.reset();
-        if (s.reset || s.rate != ref.in) ref.init(s.rate, outRate);
-        const int frames = std::abs(s.frames);
+        if (s.reset || rate != ref.in) ref.init(rate, outRate);
         std::vector<double> x(2 * frames + (s.frames < 0)),
-            got(2 * (int64_t{frames} + 1) * outRate / s.rate + 4), want(got.size());
+            got(2 * (int64_t{frames} + 1) * outRate / rate + 4), want(got.size());
         for (double& v : x) v = u(rng);
         int expected = 0;  // the reference takes long blocks in pieces
         for (int at = 0; at < frames; at += 32768)
             expected += ref.run(&x[2 * at], std::min(frames - at, 32768), &want[expected]);
-        RealAudioBuffer in(x.data(), static_cast<int>(x.size()), static_cast<int>(x.size()), s.rate,
+        RealAudioBuffer in(x.data(), static_cast<int>(x.size()), static_cast<int>(x.size()), rate,
                            16);
         RealAudioBuffer out(got.data(), static_cast<int>(got.size()), 0, 0, 0);
         ASSERT_EQ(filter.process(&in, &out), 0);
+        EXPECT_EQ(out.sampleRate + out.bitsPerSample, outRate + 24);
         ASSERT_EQ(out.length, expected) << inRate << " -> " << outRate << ", " << s.frames;
         ASSERT_EQ(std::memcmp(got.data(), want.data(), sizeof(double) * expected), 0)
             << inRate << " -> " << outRate << ", " << s.frames;
     }
 }
 
-struct Result {
-    int status, length;
-    std::vector<double> data;
-};
-
-// One block of `frames` ones into `capacity` doubles; the sentinel after them
-// must survive.
-Result run(ReSamplingFilter& f, int frames, int rate, int capacity) {
+// One block of ones into `capacity` doubles: the output length, or -1 for a
+// refusal, which leaves the output untouched.
+int run(ReSamplingFilter& f, int frames, int rate, int capacity) {
     std::vector<double> x(2 * frames, 1.0), y(capacity + 1, kSentinel);
     RealAudioBuffer in(x.data(), 2 * frames, 2 * frames, rate, 16);
     RealAudioBuffer out(y.data(), capacity, -1, 0, 0);
     const int status = f.process(&in, &out);
     EXPECT_EQ(y[capacity], kSentinel);
     if (status == 0) {
-        EXPECT_EQ(out.bitsPerSample, 24);
+        EXPECT_EQ(out.length % 2, 0);  // whole frames
+        return out.length;
     }
-    return {status, out.length, y};
+    EXPECT_EQ(out.length, -1);
+    EXPECT_EQ(y[0], kSentinel);
+    return status;
 }
 
 }  // namespace
 
 TEST(ReSamplingReference, RatePairsRingWrapRateChangesAndResetsBitForBit) {
     // 120000 frames wrap the ring; blocks over 32768 frames go through in pieces.
-    expectSameAsReference(44100, 48000,
-                          {{1, 44100},
-                           {-333, 44100},
-                           {0, 44100},
-                           {4095, 44100},
-                           {40001, 44100},
-                           {40001, 44100},
-                           {40001, 44100}});
-    expectSameAsReference(48000, 44100, {{1, 48000}, {-2047, 48000}, {40001, 48000}});
-    expectSameAsReference(44100, 96000, {{5, 44100}, {-99, 44100}, {70000, 44100}});
+    expectSameAsReference(44100, 48000, {{1}, {-333}, {0}, {4095}, {40001}, {40001}, {40001}});
+    expectSameAsReference(48000, 44100, {{1}, {-2047}, {40001}});
+    expectSameAsReference(44100, 96000, {{5}, {-99}, {70000}});
     // Windows of 8193 frames across the ring's end.
-    expectSameAsReference(96000, 8000, {{3, 96000}, {-257, 96000}, {32769, 96000}, {33000, 96000}});
-    expectSameAsReference(48000, 48000,
-                          {{100, 48000},
-                           {-4097, 48000},
-                           {3, 48000, true},
-                           {777, 44100},
-                           {-3000, 44100},
-                           {1000, 44100, true},
-                           {900, 8000}});
+    expectSameAsReference(96000, 8000, {{3}, {-257}, {32769}, {33000}});
+    expectSameAsReference(
+        48000, 48000,
+        {{100}, {-4097}, {3, 0, true}, {777, 44100}, {-3000}, {1000, 0, true}, {900, 8000}});
     // An up factor beyond the per-phase table and a window without a past frame.
-    expectSameAsReference(5, 96000, {{1, 5}, {2, 5}, {-1, 5}, {4, 5, true}, {1, 5}});
+    expectSameAsReference(5, 96000, {{1}, {2}, {-1}, {4, 0, true}, {1}});
 }
 
 TEST(ReSamplingInit, CommonMultiplesOfRatePairs) {
@@ -153,41 +140,33 @@ TEST(ReSamplingInit, CommonMultiplesOfRatePairs) {
                  {0, 48000, -1},           {48000, -1, -1},          {2000000000, 3, -1}};
     for (const auto& p : pairs) {
         EXPECT_EQ(ReSamplingFilterInit(p.in, p.out), p.multiple < 0 ? -1 : 0)
-            << p.in << " -> " << p.out;
-        if (p.multiple > 0) {
-            EXPECT_EQ(ReSamplingFilterWindow().intermediateRate, p.multiple);
-        }
+            << p.in << " " << p.out;
+        // A refused pair changes nothing: 48000 stays.
+        EXPECT_EQ(ReSamplingFilterWindow().intermediateRate, p.multiple < 0 ? 48000 : p.multiple);
     }
-    EXPECT_EQ(ReSamplingFilterWindow().intermediateRate,
-              48000);  // refused pairs change nothing
 }
 
 TEST(ReSamplingFilter, RefusalsAndCapacityWriteNothing) {
-    std::vector<double> x(2 * 32769 + 1), y(80000, kSentinel);
-    EXPECT_EQ(ReSamplingFilterProcess(2, x.data(), 8, y.data()),
-              -1);  // never set up
+    std::vector<double> x(80000), y(8, kSentinel);
+    EXPECT_EQ(ReSamplingFilterProcess(2, x.data(), 8, y.data()), -1);  // never set up
     ReSamplingFilter f(44101, 16, 48000, 24);
-    EXPECT_EQ(run(f, 64, 44101, 1000).data[0], kSentinel);
-    EXPECT_EQ(run(f, 64, 44101, 1000).status, -1);
-    EXPECT_EQ(run(f, 64, 44100, 1000).status, 0);
-    EXPECT_EQ(run(f, 4, 0, 100).status, -1);
-    EXPECT_EQ(ReSamplingFilterProcess(2 * 32769, x.data(), 80000, y.data()), -1);
-    EXPECT_EQ(ReSamplingFilterProcess(-2, x.data(), 10, y.data()), -1);
+    EXPECT_EQ(run(f, 64, 44101, 1000), -1);
+    EXPECT_EQ(run(f, 64, 44100, 1000), 2 * 69);
+    EXPECT_EQ(run(f, 4, 0, 100), -1);
+    EXPECT_EQ(ReSamplingFilterProcess(2 * 32769, x.data(), 80000, x.data()), -1);
+    EXPECT_EQ(ReSamplingFilterProcess(-2, x.data(), 8, y.data()), -1);
     EXPECT_EQ(y[0], kSentinel);
 
     ReSamplingFilter up(44100, 16, 48000, 24);
-    EXPECT_EQ(run(up, 1024, 44100, 2229).length, 2228);  // 1114.5 frames
+    EXPECT_EQ(run(up, 1024, 44100, 2229), 2228);  // 1114.5 frames
     // 2048 frames make 2229.1: the second block completes 1115, two doubles
     // more than its nominal 2229, and the capacity must hold them.
-    EXPECT_EQ(run(up, 1024, 44100, 2229).status, -1);
-    EXPECT_EQ(run(up, 1024, 44100, 2230).length, 2230);
+    EXPECT_EQ(run(up, 1024, 44100, 2229), -1);
+    EXPECT_EQ(run(up, 1024, 44100, 2230), 2230);
     // Three blocks make 3343.7, 1114 new: the nominal 2229 still binds.
-    const Result tight = run(up, 1024, 44100, 2228);
-    EXPECT_EQ(tight.status, -1);
-    EXPECT_EQ(tight.length, -1);
-    EXPECT_EQ(tight.data[0], kSentinel);
+    EXPECT_EQ(run(up, 1024, 44100, 2228), -1);
     ReSamplingFilter down(48000, 16, 44100, 24);
-    EXPECT_EQ(run(down, 1024, 48000, 2048).length, 1880);
+    EXPECT_EQ(run(down, 1024, 48000, 2048), 1880);
 }
 
 // An hour of 8 kHz input in 12.5 ms blocks: dropping each block's fraction
