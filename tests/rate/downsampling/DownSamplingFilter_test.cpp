@@ -1,5 +1,6 @@
-#include <gtest/gtest.h>
 #include <quorvex/DownSamplingFilter.h>
+
+#include <gtest/gtest.h>
 
 #include <random>
 #include <vector>
