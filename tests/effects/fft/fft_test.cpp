@@ -44,10 +44,8 @@ void referenceFft(int n, double* x, double* y) {
             for (int i = j; i < size; i += 2 * k) {
                 const int m = i + k;
                 const double dx = ss * y[m] + cc * x[m], dy = cc * y[m] - ss * x[m];
-                x[m] = x[i] - dx;
-                x[i] = x[i] + dx;
-                y[m] = y[i] - dy;
-                y[i] = y[i] + dy;
+                x[m] = x[i] - dx, x[i] = x[i] + dx;
+                y[m] = y[i] - dy, y[i] = y[i] + dy;
             }
         }
     }

@@ -23,7 +23,8 @@ constexpr double kHalfTaps[33] = {
 // Blocks of any size through two instances with resets between them, against
 // one direct convolution of the whole stream: the history is shared and never
 // cleared. Frame 0 of every block is kept; an odd block keeps only the left
-// value of its last kept frame and writes nothing past its length.
+// value of its last kept frame and writes nothing past its length. An output
+// too small for a block refuses it whole.
 TEST(DownSampling, MatchesDirectConvolutionAcrossBlocksInstancesAndResets) {
     DownSamplingFilter a(24, 16), b(16, 16);
     std::mt19937 rng(7);
@@ -38,7 +39,11 @@ TEST(DownSampling, MatchesDirectConvolutionAcrossBlocksInstancesAndResets) {
         const long start = static_cast<long>(stream.size() / 2);
         stream.insert(stream.end(), x.begin(), x.end());
         RealAudioBuffer in(x.data(), 2 * frames, 2 * frames, 96000, 24);
-        RealAudioBuffer out(y.data(), frames, 0, 0, 0);
+        RealAudioBuffer out(y.data(), frames - 1, 7, 0, 0);
+        ASSERT_EQ(f.process(&in, &out), -1);  // too small: nothing written, nothing taken in
+        EXPECT_EQ(out.length, 7);
+        EXPECT_EQ(y[0], kSentinel);
+        out.capacity = frames;
         ASSERT_EQ(f.process(&in, &out), 0);
         EXPECT_EQ(out.length, frames);
         EXPECT_EQ(out.sampleRate, 48000);
@@ -55,17 +60,4 @@ TEST(DownSampling, MatchesDirectConvolutionAcrossBlocksInstancesAndResets) {
         }
         EXPECT_EQ(y[frames], kSentinel) << frames;
     }
-}
-
-TEST(DownSampling, TooSmallAnOutputIsRefusedUntouched) {
-    DownSamplingFilter f(24, 16);
-    std::vector<double> x(8, 0.25), y(4, kSentinel);
-    RealAudioBuffer in(x.data(), 8, 8, 96000, 24);
-    RealAudioBuffer out(y.data(), 3, 7, 1, 2);
-    EXPECT_EQ(f.process(&in, &out), -1);
-    EXPECT_EQ(out.length, 7);
-    EXPECT_EQ(out.sampleRate, 1);
-    EXPECT_EQ(y[0], kSentinel);
-    RealAudioBuffer negative(x.data(), 8, -4, 96000, 24);
-    EXPECT_EQ(f.process(&negative, &out), -1);
 }
