@@ -93,8 +93,7 @@ void expectSameAsReference(int inRate, int outRate, const std::vector<Step>& ste
         ASSERT_EQ(filter.process(&in, &out), 0);
         EXPECT_EQ(out.sampleRate + out.bitsPerSample, outRate + 24);
         ASSERT_EQ(out.length, expected) << inRate << " -> " << outRate << ", " << s.frames;
-        ASSERT_EQ(std::memcmp(got.data(), want.data(), sizeof(double) * expected), 0)
-            << inRate << " -> " << outRate << ", " << s.frames;
+        ASSERT_EQ(std::memcmp(got.data(), want.data(), sizeof(double) * expected), 0);
     }
 }
 

@@ -119,26 +119,22 @@ TEST(UpSamplingFilterParams, DefaultBlockAndBoundaries) {
 // clears. A block that differs in its reserved bytes alone is neither stored
 // nor a reset; a change in any of the other three fields stores every byte.
 TEST(UpSamplingFilterParams, OnlyARealChangeResets) {
+    const struct {
+        int offset;
+        unsigned char value;
+        bool resets;
+    } steps[] = {{8, 1, true},     {10, 0xFF, false}, {8, 2, true} /* still on, yet a change */,
+                 {8, 2, false},    {9, 1, true},      {12, 2, true},
+                 {11, 0xFF, false}};
     UpSamplingFilter f;
     velmo_model::Enhancer model;
-    Bytes on = stored(f);
-    on[8] = 1;
-    Bytes reserved = on, enabledTwo = on;
-    reserved[10] = reserved[11] = enabledTwo[10] = 0xFF;
-    enabledTwo[8] = 2;  // still on, yet a change
-    Bytes mp3 = enabledTwo;
-    mp3[9] = 1;
-    const struct {
-        Bytes block;
-        bool resets;
-    } steps[] = {{on, true},  {reserved, false},       {enabledTwo, true},      {enabledTwo, false},
-                 {mp3, true}, {put(mp3, 12, 2), true}, {put(mp3, 12, 2), false}};
-    Bytes kept = stored(f);
+    Bytes block = stored(f), kept = block;
     unsigned seed = 0;
     for (const auto& s : steps) {
-        EXPECT_EQ(f.setParamData(kId, s.block.data(), 20), 20);
-        if (s.resets) kept = s.block, model.init();
-        EXPECT_EQ(stored(f), kept);
+        block[s.offset] = s.value;
+        EXPECT_EQ(f.setParamData(kId, block.data(), 20), 20);
+        if (s.resets) kept = block, model.init();
+        EXPECT_EQ(stored(f), kept) << s.offset;
         expectModel(f, model, velmo_model::kOff, nullptr, velmo_model::noise(64, ++seed), 32000,
                     16);
     }
