@@ -11,7 +11,7 @@
 #include "support/ParamBlock.h"
 
 using testing_filters::Bytes;
-using velmo_model::Kernel;
+using namespace velmo_model;
 
 // Every case runs in a fresh process (CTest), where all history is zero.
 
@@ -28,8 +28,8 @@ Bytes stored(UpSamplingFilter& f) { return testing_filters::storedBlock(f, kId, 
 // One block refused by an output one double too small, then run into exactly
 // its size and compared frame by frame with the model's kernel behind
 // `section` (none: the input as it is).
-void expectModel(UpSamplingFilter& f, velmo_model::Enhancer& model, Kernel kernel,
-                 velmo_model::Biquad* section, std::vector<double> x, int rate, int bits) {
+void expectModel(UpSamplingFilter& f, Enhancer& model, Kernel kernel, Biquad* section,
+                 std::vector<double> x, int rate, int bits) {
     std::vector<double> y(2 * x.size() + 1, -7.0);
     RealAudioBuffer in(x.data(), static_cast<int>(x.size()), static_cast<int>(x.size()), rate,
                        bits);
@@ -43,7 +43,7 @@ void expectModel(UpSamplingFilter& f, velmo_model::Enhancer& model, Kernel kerne
     EXPECT_EQ(out.sampleRate, 2 * rate);
     EXPECT_EQ(out.bitsPerSample, 24);
     for (std::size_t i = 0; i + 1 < x.size(); i += 2) {
-        velmo_model::Frame v{x[i], x[i + 1]};
+        Frame v{x[i], x[i + 1]};
         if (section != nullptr) v = section->step(v);
         const auto w = model.run(kernel, v);
         ASSERT_EQ(std::vector<double>(y.begin() + 2 * i, y.begin() + 2 * i + 4),
@@ -61,7 +61,6 @@ void expectModel(UpSamplingFilter& f, velmo_model::Enhancer& model, Kernel kerne
 // and a disabled filter interpolate plainly; sections of equal coefficients
 // keep their own state.
 TEST(UpSamplingFilterProcess, EveryPathMatchesTheModelBitForBit) {
-    using namespace velmo_model;
     Biquad f44_16{sVelmoFine44K}, f44_24{sVelmoFine44K}, s44_16{sVelmoSuper44K},
         s44_24{sVelmoSuper44K}, f48_16{sVelmoFine48K16}, f48_24{sVelmoFine48K24},
         s48_16{sVelmoSuper48K16}, s48_24{sVelmoSuper48K24};
@@ -127,7 +126,7 @@ TEST(UpSamplingFilterParams, OnlyARealChangeResets) {
                  {8, 2, false},    {9, 1, true},      {12, 2, true},
                  {11, 0xFF, false}};
     UpSamplingFilter f;
-    velmo_model::Enhancer model;
+    Enhancer model;
     Bytes block = stored(f), kept = block;
     unsigned seed = 0;
     for (const auto& s : steps) {
@@ -135,10 +134,9 @@ TEST(UpSamplingFilterParams, OnlyARealChangeResets) {
         EXPECT_EQ(f.setParamData(kId, block.data(), 20), 20);
         if (s.resets) kept = block, model.init();
         EXPECT_EQ(stored(f), kept) << s.offset;
-        expectModel(f, model, velmo_model::kOff, nullptr, velmo_model::noise(64, ++seed), 32000,
-                    16);
+        expectModel(f, model, kOff, nullptr, noise(64, ++seed), 32000, 16);
     }
     f.reset();
     model.init();
-    expectModel(f, model, velmo_model::kOff, nullptr, velmo_model::noise(64, ++seed), 32000, 16);
+    expectModel(f, model, kOff, nullptr, noise(64, ++seed), 32000, 16);
 }
