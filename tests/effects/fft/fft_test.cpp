@@ -76,10 +76,7 @@ TEST(FFT, SizesAndDirectionsMatchThePlainTransformBitForBit) {
 
 TEST(FFT, SizesOneFourAndEight) {
     double x = 0.75, y = -2.5;
-    EXPECT_EQ(fft(1, &x, &y), 0);
-    EXPECT_EQ(fft(-1, &x, &y), 0);
-    EXPECT_EQ(x, 0.75);
-    EXPECT_EQ(y, -2.5);
+    EXPECT_TRUE(fft(1, &x, &y) == 0 && fft(-1, &x, &y) == 0 && x == 0.75 && y == -2.5);
     for (int n : {4, -4}) {
         Doubles re{1.0, 0.0, 0.0, 0.0}, im(4, 0.0);
         ASSERT_EQ(fft(n, re.data(), im.data()), 0);

@@ -81,14 +81,14 @@ void expectSameAsReference(int inRate, int outRate, const std::vector<Step>& ste
         const int rate = s.rate == 0 ? ref.in : s.rate, frames = std::abs(s.frames);
         if (s.reset) filter.reset();
         if (s.reset || rate != ref.in) ref.init(rate, outRate);
-        std::vector<double> x(2 * frames + (s.frames < 0)),
-            got(2 * (int64_t{frames} + 1) * outRate / rate + 4), want(got.size());
+        const int length = 2 * frames + (s.frames < 0);
+        std::vector<double> x(length), got(2 * (int64_t{frames} + 1) * outRate / rate + 4),
+            want(got.size());
         for (double& v : x) v = u(rng);
         int expected = 0;  // the reference takes long blocks in pieces
         for (int at = 0; at < frames; at += 32768)
             expected += ref.run(&x[2 * at], std::min(frames - at, 32768), &want[expected]);
-        RealAudioBuffer in(x.data(), static_cast<int>(x.size()), static_cast<int>(x.size()), rate,
-                           16);
+        RealAudioBuffer in(x.data(), length, length, rate, 16);
         RealAudioBuffer out(got.data(), static_cast<int>(got.size()), 0, 0, 0);
         ASSERT_EQ(filter.process(&in, &out), 0);
         EXPECT_EQ(out.sampleRate + out.bitsPerSample, outRate + 24);

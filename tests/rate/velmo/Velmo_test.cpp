@@ -13,8 +13,6 @@
 using testing_filters::Bytes;
 using namespace velmo_model;
 
-// Every case runs in a fresh process (CTest), where all history is zero.
-
 namespace {
 
 constexpr unsigned long kId = 0x70564C43;
@@ -55,11 +53,10 @@ void expectModel(UpSamplingFilter& f, Enhancer& model, Kernel kernel, Biquad* se
 
 }  // namespace
 
-// One filter through every format and setting against the pre-emphasis
-// section and kernel each calls for, the model reset only where the block
-// changes. The kernels interleave over shared lines; formats without a section
-// and a disabled filter interpolate plainly; sections of equal coefficients
-// keep their own state.
+// One filter through every format and setting against the section and kernel
+// each calls for, the model reset only where the block changes: the kernels
+// interleave over shared lines, formats without a section and a disabled filter
+// interpolate plainly, and sections of equal coefficients keep their own state.
 TEST(UpSamplingFilterProcess, EveryPathMatchesTheModelBitForBit) {
     Biquad f44_16{sVelmoFine44K}, f44_24{sVelmoFine44K}, s44_16{sVelmoSuper44K},
         s44_24{sVelmoSuper44K}, f48_16{sVelmoFine48K16}, f48_24{sVelmoFine48K24},
