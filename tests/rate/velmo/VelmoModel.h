@@ -2,8 +2,8 @@
 #define QUORVEX_TESTS_VELMOMODEL_H
 
 // The enhancer written the direct way, over input histories rather than
-// transposed lines, for bit-exact comparison with the library. Built in a
-// fresh process, where all of the library's history is zero.
+// transposed lines, for bit-exact comparison with the library; starts where a
+// fresh process starts, with all history zero.
 
 #include <algorithm>
 #include <array>
@@ -19,27 +19,20 @@ struct Frame {
     double l = 0.0, r = 0.0;
 };
 
-// y[n] = h0 x[n] + (h1 x[n-1] + (... + h[N-1] x[n-N+1])): a transposed line
-// adds each new product to the older partial sum.
-class Fir {
-public:
+// y[n] = h0 x[n] + (h1 x[n-1] + (... + h[N-1] x[n-N+1])).
+struct Fir {
     template <std::size_t N>
-    explicit Fir(const std::array<double, N>& h) : h_(h.begin(), h.end()), l_(N), r_(N) {}
-    Frame step(Frame x) { return {convolve(l_, x.l), convolve(r_, x.r)}; }
-    void clear() {
-        std::fill(l_.begin(), l_.end(), 0.0);
-        std::fill(r_.begin(), r_.end(), 0.0);
-    }
-
-private:
-    double convolve(std::vector<double>& past, double x) {
+    explicit Fir(const std::array<double, N>& t) : h(t.begin(), t.end()), l(N), r(N) {}
+    std::vector<double> h, l, r;
+    Frame step(Frame x) { return {convolve(l, x.l), convolve(r, x.r)}; }
+    void clear() { l = r = std::vector<double>(h.size()); }
+    double convolve(std::vector<double>& past, double x) const {
         past.insert(past.begin(), x);
         past.pop_back();
-        double acc = past.back() * h_.back();
-        for (std::size_t j = h_.size() - 1; j-- > 0;) acc = past[j] * h_[j] + acc;
+        double acc = past.back() * h.back();
+        for (std::size_t j = h.size() - 1; j-- > 0;) acc = past[j] * h[j] + acc;
         return acc;
     }
-    std::vector<double> h_, l_, r_;
 };
 
 // |input 8 frames back| + |Hilbert transform|, the transform summed in increasing k.
@@ -47,7 +40,7 @@ struct DecAM {
     std::array<double, 17> l{}, r{};
     Frame step(Frame x) { return {channel(l, x.l), channel(r, x.r)}; }
     static double channel(std::array<double, 17>& u, double x) {
-        for (int k = 16; k > 0; --k) u[k] = u[k - 1];
+        std::copy_backward(u.begin(), u.end() - 1, u.end());
         u[0] = x;
         double h = sDecAM_hn[0] * u[0];
         for (int k = 1; k < 17; ++k)
