@@ -169,8 +169,9 @@ TEST(ReSamplingFilter, RefusalsAndCapacityWriteNothing) {
 }
 
 // An hour of 8 kHz input in 12.5 ms blocks: dropping each block's fraction
-// of an output would lose 170000 frames.
-TEST(ReSamplingFilter, HourLongStreamInSmallBlocksKeepsItsCount) {
+// of an output would lose 170000 frames, and a window falling behind would
+// overrun the ring and garble the settled level.
+TEST(ReSamplingFilter, HourLongStreamInSmallBlocksKeepsItsCountAndLevel) {
     ReSamplingFilter f(8000, 16, 11025, 24);
     std::vector<double> x(2 * 100, 0.25), y(2 * 200);
     RealAudioBuffer in(x.data(), 200, 200, 8000, 16);
@@ -179,4 +180,5 @@ TEST(ReSamplingFilter, HourLongStreamInSmallBlocksKeepsItsCount) {
     for (int block = 0; block < 3600 * 80; ++block, produced += out.length / 2)
         ASSERT_EQ(f.process(&in, &out), 0);
     EXPECT_EQ(produced, 3600 * 11025);
+    for (int i = 0; i < out.length; ++i) ASSERT_NEAR(y[i], 0.25, 1e-5) << i;
 }
