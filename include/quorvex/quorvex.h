@@ -5,6 +5,7 @@
 
 #include <quorvex/AFUtil.h>
 #include <quorvex/AudioFilter.h>
+#include <quorvex/ParamBlocks.h>
 #include <quorvex/RealAudioBuffer.h>
 
 #include <quorvex/CompositionFilter.h>
