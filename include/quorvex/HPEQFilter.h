@@ -21,7 +21,8 @@ struct PhoneAdaptationConfigParams {
     CoefficientSet section[3];  // run in this order
 };
 static_assert(sizeof(PhoneAdaptationConfigParams) == quorvex::hpeq_block::kSize, "block size");
-static_assert(offsetof(PhoneAdaptationConfigParams, magic) == quorvex::kMagicOffset, "block layout");
+static_assert(offsetof(PhoneAdaptationConfigParams, magic) == quorvex::kMagicOffset,
+              "block layout");
 static_assert(offsetof(PhoneAdaptationConfigParams, enabled) == quorvex::hpeq_block::kEnabled,
               "block layout");
 static_assert(offsetof(PhoneAdaptationConfigParams, section) == quorvex::hpeq_block::kSections,

@@ -7,9 +7,14 @@
 
 namespace dsp {
 
-struct SectionCoeffs {
-    double b0, b1, b2, a1, a2;
+// C is double, or StereoLanes for a pair of sections side by side, one per
+// lane.
+template <typename C>
+struct BasicSectionCoeffs {
+    C b0, b1, b2, a1, a2;
 };
+
+using SectionCoeffs = BasicSectionCoeffs<double>;
 
 // The section's internal value one frame back (d1) and two frames back (d2).
 template <typename T>
@@ -18,11 +23,11 @@ struct SectionHistory {
 };
 
 // One input through a section, for a double or for both lanes of a
-// StereoLanes. The grouping of the sums is part of the result: the feedback
-// pair is summed before the input joins it, the feed-forward pair before the
-// b0 term.
-template <typename T>
-inline T runSection(const SectionCoeffs& c, SectionHistory<T>& h, T x) {
+// StereoLanes, whose coefficients may then differ from lane to lane. The
+// grouping of the sums is part of the result: the feedback pair is summed
+// before the input joins it, the feed-forward pair before the b0 term.
+template <typename C, typename T>
+inline T runSection(const BasicSectionCoeffs<C>& c, SectionHistory<T>& h, T x) {
     const T w = x + (c.a1 * h.d1 + c.a2 * h.d2);
     const T y = c.b0 * w + (c.b1 * h.d1 + c.b2 * h.d2);
     h.d2 = h.d1;

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "dsp/Section.h"
+#include "dsp/StereoLanes.h"
 #include "effects/common/StereoFrames.h"
 #include "framework/ParamBlock.h"
 
@@ -20,18 +21,17 @@ namespace coefficients = quorvex::coefficient_set;
 constexpr paramblock::BlockLayout kBlock = {layout::kId, layout::kMagic, layout::kSize,
                                             layout::kSize};
 
-// The sections in force, shared by every PersonalizeFilter; until the first
-// filter is made each one passes its input unchanged.
-dsp::SectionCoeffs leftSection = {1.0, 0.0, 0.0, 0.0, 0.0};
-dsp::SectionCoeffs rightSection = {1.0, 0.0, 0.0, 0.0, 0.0};
+using dsp::StereoLanes;
 
-// The coefficient set at `offset`; its a0 is never used.
-dsp::SectionCoeffs sectionAt(const unsigned char* block, int offset) {
-    return {fieldAt<double>(block, offset + coefficients::kB0),
-            fieldAt<double>(block, offset + coefficients::kB1),
-            fieldAt<double>(block, offset + coefficients::kB2),
-            fieldAt<double>(block, offset + coefficients::kA1),
-            fieldAt<double>(block, offset + coefficients::kA2)};
+// The sections in force, the left channel's in lane 0 and the right's in
+// lane 1, shared by every PersonalizeFilter; until the first filter is made
+// both pass their input unchanged.
+dsp::BasicSectionCoeffs<StereoLanes> sections = {{1.0, 1.0}, {}, {}, {}, {}};
+
+// One coefficient of both channels' sets; a0 is never used.
+StereoLanes coefficientPair(const unsigned char* block, int within) {
+    return StereoLanes{fieldAt<double>(block, layout::kLeft + within),
+                       fieldAt<double>(block, layout::kRight + within)};
 }
 
 // Both coefficient sets, which lie back to back.
@@ -44,9 +44,10 @@ bool hasValidFields(const unsigned char* block) {
 }  // namespace
 
 void personalizer_96k(double left, double right, double* outLeft, double* outRight) {
-    static dsp::SectionHistory<double> leftHistory, rightHistory;  // never cleared
-    *outLeft = dsp::runSection(leftSection, leftHistory, left);
-    *outRight = dsp::runSection(rightSection, rightHistory, right);
+    static dsp::SectionHistory<StereoLanes> history;  // never cleared
+    const StereoLanes y = dsp::runSection(sections, history, StereoLanes{left, right});
+    *outLeft = y[0];
+    *outRight = y[1];
 }
 
 PersonalizeFilter::PersonalizeFilter() : params{} {
@@ -73,8 +74,11 @@ int PersonalizeFilter::getParamData(unsigned long id, void* block, int size) {
 }
 
 void PersonalizeFilter::reset() {
-    leftSection = sectionAt(params, layout::kLeft);
-    rightSection = sectionAt(params, layout::kRight);
+    sections = {coefficientPair(params, coefficients::kB0),
+                coefficientPair(params, coefficients::kB1),
+                coefficientPair(params, coefficients::kB2),
+                coefficientPair(params, coefficients::kA1),
+                coefficientPair(params, coefficients::kA2)};
 }
 
 int PersonalizeFilter::process(const RealAudioBuffer* in, RealAudioBuffer* out) {

@@ -114,9 +114,10 @@ VELMO_LOOP_INLINE void firHeldSteps(const std::array<double, N>& h, double (&lin
 
 #ifdef VELMO_WIDE_LINES
 // The same passes built for 256-bit vectors, taken where the processor has
-// them unless the plain kernels were asked for. The loops are vectorised only across the taps of a transposed update,
-// independent lanes that each do the same multiplications and additions in the
-// same order, so both builds give the same bits.
+// them unless the plain kernels were asked for. The loops are vectorised only
+// across the taps of a transposed update, independent lanes that each do the
+// same multiplications and additions in the same order, so both builds give
+// the same bits.
 bool wideLinesAvailable() {
     if (!framework::wideKernelsAllowed()) return false;
     __builtin_cpu_init();
