@@ -2,6 +2,7 @@
 #define QUORVEX_ALCFILTER_H
 
 #include <quorvex/AudioFilter.h>
+#include <quorvex/ParamBlocks.h>
 #include <quorvex/export.h>
 
 // Automatic level control: keeps every sample within full scale. Mode 1
@@ -22,7 +23,7 @@ public:
     int process(const RealAudioBuffer* in, RealAudioBuffer* out) override;
 
 private:
-    unsigned char params[20];
+    unsigned char params[quorvex::alc_block::kSize];
     double gain;
 };
 

@@ -2,6 +2,7 @@
 #define QUORVEX_EQUALIZERFILTER_H
 
 #include <quorvex/AudioFilter.h>
+#include <quorvex/ParamBlocks.h>
 #include <quorvex/export.h>
 
 // Ten-band graphic equalizer at 44.1, 48, 88.2 and 96 kHz. Each band gain
@@ -26,7 +27,7 @@ public:
     int process(const RealAudioBuffer* in, RealAudioBuffer* out) override;
 
 private:
-    unsigned char params[89];
+    unsigned char params[quorvex::equalizer_block::kStoredBytes];
 };
 
 // One stereo frame through the sections of the selected band gains, per rate.

@@ -2,8 +2,10 @@
 #define QUORVEX_HPEQFILTER_H
 
 #include <quorvex/AudioFilter.h>
+#include <quorvex/ParamBlocks.h>
 #include <quorvex/export.h>
 
+#include <cstddef>
 #include <cstdint>
 
 // Parameter record of the headphone equalizer, pPAC / mPA1, 152 bytes. Each
@@ -18,7 +20,28 @@ struct PhoneAdaptationConfigParams {
     unsigned char padding[3];    // kept as given
     CoefficientSet section[3];  // run in this order
 };
-static_assert(sizeof(PhoneAdaptationConfigParams) == 152, "the record is 152 bytes");
+static_assert(sizeof(PhoneAdaptationConfigParams) == quorvex::hpeq_block::kSize, "block size");
+static_assert(offsetof(PhoneAdaptationConfigParams, magic) == quorvex::kMagicOffset,
+              "block layout");
+static_assert(offsetof(PhoneAdaptationConfigParams, enabled) == quorvex::hpeq_block::kEnabled,
+              "block layout");
+static_assert(offsetof(PhoneAdaptationConfigParams, section) == quorvex::hpeq_block::kSections,
+              "block layout");
+static_assert(sizeof(PhoneAdaptationConfigParams::section) ==
+                  quorvex::hpeq_block::kSectionCount * quorvex::coefficient_set::kSize,
+              "block layout");
+static_assert(offsetof(PhoneAdaptationConfigParams::CoefficientSet, a0) ==
+                  quorvex::coefficient_set::kA0, "coefficient set layout");
+static_assert(offsetof(PhoneAdaptationConfigParams::CoefficientSet, a1) ==
+                  quorvex::coefficient_set::kA1, "coefficient set layout");
+static_assert(offsetof(PhoneAdaptationConfigParams::CoefficientSet, a2) ==
+                  quorvex::coefficient_set::kA2, "coefficient set layout");
+static_assert(offsetof(PhoneAdaptationConfigParams::CoefficientSet, b0) ==
+                  quorvex::coefficient_set::kB0, "coefficient set layout");
+static_assert(offsetof(PhoneAdaptationConfigParams::CoefficientSet, b1) ==
+                  quorvex::coefficient_set::kB1, "coefficient set layout");
+static_assert(offsetof(PhoneAdaptationConfigParams::CoefficientSet, b2) ==
+                  quorvex::coefficient_set::kB2, "coefficient set layout");
 
 // Headphone equalizer: three host-designed sections per channel, the same for
 // both channels, at 88.2 and 96 kHz; 44.1 and 48 kHz pass unchanged. The

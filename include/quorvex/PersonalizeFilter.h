@@ -2,6 +2,7 @@
 #define QUORVEX_PERSONALIZEFILTER_H
 
 #include <quorvex/AudioFilter.h>
+#include <quorvex/ParamBlocks.h>
 #include <quorvex/export.h>
 
 // Listener correction: one host-designed section per channel, each channel
@@ -25,7 +26,7 @@ public:
     int process(const RealAudioBuffer* in, RealAudioBuffer* out) override;
 
 private:
-    unsigned char params[104];
+    unsigned char params[quorvex::personalizer_block::kSize];
 };
 
 // One stereo frame through the two channels' sections, at 88.2 or 96 kHz.

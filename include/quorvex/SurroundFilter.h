@@ -2,6 +2,7 @@
 #define QUORVEX_SURROUNDFILTER_H
 
 #include <quorvex/AudioFilter.h>
+#include <quorvex/ParamBlocks.h>
 #include <quorvex/export.h>
 
 #include <cstddef>
@@ -41,8 +42,9 @@ struct QUORVEX_API SurroundConfigParams {
 
 static_assert(std::is_standard_layout<SurroundConfigParams>::value, "plain record");
 static_assert(std::is_trivially_copyable<SurroundConfigParams>::value, "plain record");
-static_assert(sizeof(SurroundConfigParams) == 112, "block size");
-static_assert(offsetof(SurroundConfigParams, enabled) == 4, "block layout");
+static_assert(sizeof(SurroundConfigParams) == quorvex::surround_block::kSize, "block size");
+static_assert(offsetof(SurroundConfigParams, magic) == quorvex::kMagicOffset, "block layout");
+static_assert(offsetof(SurroundConfigParams, enabled) == quorvex::kEnabledOffset, "block layout");
 static_assert(offsetof(SurroundConfigParams, reserved) == 5, "block layout");
 static_assert(offsetof(SurroundConfigParams, emode) == 8, "block layout");
 static_assert(offsetof(SurroundConfigParams, hall_m1) == 12, "block layout");

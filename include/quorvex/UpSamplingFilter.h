@@ -2,6 +2,7 @@
 #define QUORVEX_UPSAMPLINGFILTER_H
 
 #include <quorvex/AudioFilter.h>
+#include <quorvex/ParamBlocks.h>
 #include <quorvex/export.h>
 
 // Doubles the sample rate of an interleaved stereo block and declares the
@@ -34,7 +35,7 @@ public:
     bool useUpSampler32() const;
 
 private:
-    unsigned char params[20];
+    unsigned char params[quorvex::velmo_block::kSize];
     bool upSampler32;
 };
 

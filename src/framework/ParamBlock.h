@@ -68,6 +68,21 @@ inline int copyBlockOut(const BlockLayout& layout, unsigned long id, void* block
     return layout.size;
 }
 
+// The whole of an effect's setParamData: the shared screening, then
+// `fieldsValid(bytes)` on the effect's own fields, then `store(bytes)`, which
+// keeps the block and resets what depends on it. Answers the block's size
+// once the block is accepted, whatever `store` made of it.
+template <typename FieldsValid, typename Store>
+int acceptBlock(const BlockLayout& layout, unsigned long id, const void* block, int size,
+                FieldsValid fieldsValid, Store store) {
+    int answer;
+    const unsigned char* bytes = screenBlock(layout, id, block, size, &answer);
+    if (bytes == nullptr) return answer;
+    if (!fieldsValid(bytes)) return -1;
+    store(bytes);
+    return layout.size;
+}
+
 }  // namespace paramblock
 
 #endif

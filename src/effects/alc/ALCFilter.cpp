@@ -1,5 +1,7 @@
 #include <quorvex/ALCFilter.h>
 
+#include <quorvex/ParamBlocks.h>
+
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -12,24 +14,18 @@ using paramblock::putField;
 
 namespace {
 
-constexpr uint32_t kMagic = 0x6D414C31;  // mAL1
-constexpr paramblock::BlockLayout kBlock = {0x70414C43, kMagic, 20, 20};  // pALC
+namespace layout = quorvex::alc_block;
 
-constexpr int kOffEnabled = 4;
-constexpr int kOffFlag = 5;
-constexpr int kOffMode = 8;
-constexpr int kOffRecovery = 12;
-
-constexpr int kModePerSample = 1;
-constexpr int kModeLinked = 2;
-constexpr double kDefaultRecovery = 0.01 / 65536.0;
+constexpr paramblock::BlockLayout kBlock = {layout::kId, layout::kMagic, layout::kSize,
+                                            layout::kSize};
 
 // The fields after the magic, which the shared screening has checked.
 bool hasValidFields(const unsigned char* block) {
-    const int32_t mode = fieldAt<int32_t>(block, kOffMode);
-    if (mode != kModePerSample && mode != kModeLinked) return false;
-    const double recovery = fieldAt<double>(block, kOffRecovery);
-    return recovery >= 0.0 && recovery <= 1.0;  // false for NaN
+    const int32_t mode = fieldAt<int32_t>(block, layout::kMode);
+    if (mode != layout::kModeSample && mode != layout::kModeLinked) return false;
+    const double recovery = fieldAt<double>(block, layout::kRecovery);
+    // False for NaN.
+    return recovery >= layout::kRecoveryMin && recovery <= layout::kRecoveryMax;
 }
 
 // Lowers `gain` to the value that brings `x` exactly to full scale, if that is
@@ -51,11 +47,11 @@ void ALC_doALC(double left, double right, double* outLeft, double* outRight, dou
 }
 
 ALCFilter::ALCFilter() : params{}, gain(1.0) {
-    putField<uint32_t>(params, 0, kMagic);
-    params[kOffEnabled] = 1;
-    params[kOffFlag] = 0;
-    putField<int32_t>(params, kOffMode, kModeLinked);
-    putField<double>(params, kOffRecovery, kDefaultRecovery);
+    putField<uint32_t>(params, quorvex::kMagicOffset, layout::kMagic);
+    params[layout::kEnabled] = 1;
+    params[layout::kFlag] = 0;
+    putField<int32_t>(params, layout::kMode, layout::kModeLinked);
+    putField<double>(params, layout::kRecovery, layout::kDefaultRecovery);
 }
 
 ALCFilter::~ALCFilter() = default;
@@ -63,14 +59,13 @@ ALCFilter::~ALCFilter() = default;
 const char* ALCFilter::getName() { return "ALC"; }
 
 int ALCFilter::setParamData(unsigned long id, const void* block, int size) {
-    int answer;
-    const unsigned char* bytes = paramblock::screenBlock(kBlock, id, block, size, &answer);
-    if (bytes == nullptr) return answer;
-    if (!hasValidFields(bytes)) return -1;
-    std::memcpy(params, bytes, sizeof params);
-    putField<uint32_t>(params, 0, kMagic);
-    gain = 1.0;
-    return kBlock.size;
+    return paramblock::acceptBlock(kBlock, id, block, size, hasValidFields,
+                                   [this](const unsigned char* bytes) {
+                                       std::memcpy(params, bytes, sizeof params);
+                                       putField<uint32_t>(params, quorvex::kMagicOffset,
+                                                          layout::kMagic);
+                                       gain = 1.0;
+                                   });
 }
 
 int ALCFilter::getParamData(unsigned long id, void* block, int size) {
@@ -85,9 +80,9 @@ int ALCFilter::process(const RealAudioBuffer* in, RealAudioBuffer* out) {
     const double* x = in->data;
     double* y = out->data;
 
-    if (params[kOffEnabled] == 0) {
+    if (params[layout::kEnabled] == 0) {
         effects::copyFrames(*in, *out);
-    } else if (fieldAt<int32_t>(params, kOffMode) == kModeLinked) {
+    } else if (fieldAt<int32_t>(params, layout::kMode) == layout::kModeLinked) {
         const int frames = n / 2;
         for (int f = 0; f < frames; ++f)
             ALC_doALC(x[2 * f], x[2 * f + 1], &y[2 * f], &y[2 * f + 1], &gain);
@@ -96,7 +91,7 @@ int ALCFilter::process(const RealAudioBuffer* in, RealAudioBuffer* out) {
         if (gain >= 1.0)
             gain = 1.0;
         else
-            gain = gain + static_cast<double>(n) * fieldAt<double>(params, kOffRecovery);
+            gain = gain + static_cast<double>(n) * fieldAt<double>(params, layout::kRecovery);
     } else {
         for (int i = 0; i < n; ++i) {
             limitGainFor(x[i], &gain);

@@ -5,7 +5,8 @@
 #include <climits>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
+
+#include "dsp/StereoLanes.h"
 
 namespace {
 
@@ -88,19 +89,18 @@ void permute(int size, const int* bitrev, double* x, double* y) {
 }
 
 // Two neighbouring butterflies of a group run in the two lanes of a vector.
-typedef double Lanes __attribute__((vector_size(16)));
+using dsp::StereoLanes;
 
+// A butterfly operand: one element, or two neighbouring ones in the lanes.
 template <typename T>
-inline T load(const double* p) {
-    T v;
-    std::memcpy(&v, p, sizeof v);
-    return v;
-}
+T load(const double* p);
+template <>
+inline double load<double>(const double* p) { return *p; }
+template <>
+inline StereoLanes load<StereoLanes>(const double* p) { return dsp::loadLanes(p); }
 
-template <typename T>
-inline void store(double* p, T v) {
-    std::memcpy(p, &v, sizeof v);
-}
+inline void store(double* p, double v) { *p = v; }
+inline void store(double* p, StereoLanes v) { dsp::storeLanes(p, v); }
 
 // One butterfly per lane: the lower element i and the upper m = i + k,
 // rotated by the twiddle (c, s).
@@ -134,10 +134,10 @@ void butterflies(int size, const double* sintbl, bool inverse, double* x, double
         for (int base = 0; base < size; base += k2) {
             for (int j = 0; j < k; j += 2) {
                 const int h = j * d;
-                const Lanes c = {sintbl[h + n4], sintbl[h + d + n4]};
-                const Lanes s = {sign * sintbl[h], sign * sintbl[h + d]};
+                const StereoLanes c = {sintbl[h + n4], sintbl[h + d + n4]};
+                const StereoLanes s = {sign * sintbl[h], sign * sintbl[h + d]};
                 const int i = base + j;
-                butterfly<Lanes>(c, s, x + i, y + i, x + i + k, y + i + k);
+                butterfly<StereoLanes>(c, s, x + i, y + i, x + i + k, y + i + k);
             }
         }
     }

@@ -1,48 +1,59 @@
 #include <quorvex/PersonalizeFilter.h>
 
+#include <quorvex/ParamBlocks.h>
+
 #include <cstdint>
 #include <cstring>
 
-#include "framework/ParamBlock.h"
-#include "effects/common/FeedbackSection.h"
+#include "dsp/Section.h"
+#include "dsp/StereoLanes.h"
 #include "effects/common/StereoFrames.h"
+#include "framework/ParamBlock.h"
 
 using paramblock::fieldAt;
 using paramblock::putField;
 
 namespace {
 
-constexpr paramblock::BlockLayout kBlock = {0x70554143, 0x6D556131, 104, 104};  // pUAC / mUa1
-constexpr int kOffEnabled = 4;
-constexpr int kOffLeft = 8;
-constexpr int kOffRight = 56;
-constexpr int kOffB0 = 24;  // within a coefficient set
-constexpr int kCoefficients = 12;
-constexpr double kCoefficientLimit = 1000.0;
+namespace layout = quorvex::personalizer_block;
+namespace coefficients = quorvex::coefficient_set;
 
-// The coefficients in force, shared by every PersonalizeFilter; aL0 and aR0
-// are kept only because the block carries them.
-double aL0, aL1, aL2, bL0 = 1.0, bL1, bL2;
-double aR0, aR1, aR2, bR0 = 1.0, bR1, bR2;
+constexpr paramblock::BlockLayout kBlock = {layout::kId, layout::kMagic, layout::kSize,
+                                            layout::kSize};
+
+using dsp::StereoLanes;
+
+// The sections in force, the left channel's in lane 0 and the right's in
+// lane 1, shared by every PersonalizeFilter; until the first filter is made
+// both pass their input unchanged.
+dsp::BasicSectionCoeffs<StereoLanes> sections = {{1.0, 1.0}, {}, {}, {}, {}};
+
+// One coefficient of both channels' sets; a0 is never used.
+StereoLanes coefficientPair(const unsigned char* block, int within) {
+    return StereoLanes{fieldAt<double>(block, layout::kLeft + within),
+                       fieldAt<double>(block, layout::kRight + within)};
+}
+
+// Both coefficient sets, which lie back to back.
+bool hasValidFields(const unsigned char* block) {
+    static_assert(layout::kRight == layout::kLeft + coefficients::kSize, "sets back to back");
+    return paramblock::doublesWithin(block, layout::kLeft, 2 * coefficients::kDoubles,
+                                     coefficients::kLimit);
+}
 
 }  // namespace
 
 void personalizer_96k(double left, double right, double* outLeft, double* outRight) {
-    static double dl11, dl12, dr11, dr12;  // never cleared
-    static double xl1a, xl1b, xl1o, xr1a, xr1b, xr1o;
-
-    effects::sectionSums(left, aL1, aL2, bL0, bL1, bL2, dl11, dl12, &xl1a, &xl1b, &xl1o);
-    *outLeft = xl1o;
-    effects::sectionSums(right, aR1, aR2, bR0, bR1, bR2, dr11, dr12, &xr1a, &xr1b, &xr1o);
-    *outRight = xr1o;
-    effects::advanceSection(left, xl1a, &dl11, &dl12);
-    effects::advanceSection(right, xr1a, &dr11, &dr12);
+    static dsp::SectionHistory<StereoLanes> history;  // never cleared
+    const StereoLanes y = dsp::runSection(sections, history, StereoLanes{left, right});
+    *outLeft = y[0];
+    *outRight = y[1];
 }
 
 PersonalizeFilter::PersonalizeFilter() : params{} {
-    putField<uint32_t>(params, 0, kBlock.magic);
-    putField<double>(params, kOffLeft + kOffB0, 1.0);
-    putField<double>(params, kOffRight + kOffB0, 1.0);
+    putField<uint32_t>(params, quorvex::kMagicOffset, kBlock.magic);
+    putField<double>(params, layout::kLeft + coefficients::kB0, 1.0);
+    putField<double>(params, layout::kRight + coefficients::kB0, 1.0);
     PersonalizeFilter::reset();
 }
 
@@ -51,13 +62,11 @@ PersonalizeFilter::~PersonalizeFilter() = default;
 const char* PersonalizeFilter::getName() { return "Personalizer"; }
 
 int PersonalizeFilter::setParamData(unsigned long id, const void* block, int size) {
-    int answer;
-    const unsigned char* bytes = paramblock::screenBlock(kBlock, id, block, size, &answer);
-    if (bytes == nullptr) return answer;
-    if (!paramblock::doublesWithin(bytes, kOffLeft, kCoefficients, kCoefficientLimit)) return -1;
-    std::memcpy(params, bytes, sizeof params);
-    reset();
-    return kBlock.size;
+    return paramblock::acceptBlock(kBlock, id, block, size, hasValidFields,
+                                   [this](const unsigned char* bytes) {
+                                       std::memcpy(params, bytes, sizeof params);
+                                       reset();
+                                   });
 }
 
 int PersonalizeFilter::getParamData(unsigned long id, void* block, int size) {
@@ -65,15 +74,17 @@ int PersonalizeFilter::getParamData(unsigned long id, void* block, int size) {
 }
 
 void PersonalizeFilter::reset() {
-    double* const vars[kCoefficients] = {&aL0, &aL1, &aL2, &bL0, &bL1, &bL2,
-                                         &aR0, &aR1, &aR2, &bR0, &bR1, &bR2};
-    for (int i = 0; i < kCoefficients; ++i) *vars[i] = fieldAt<double>(params, kOffLeft + 8 * i);
+    sections = {coefficientPair(params, coefficients::kB0),
+                coefficientPair(params, coefficients::kB1),
+                coefficientPair(params, coefficients::kB2),
+                coefficientPair(params, coefficients::kA1),
+                coefficientPair(params, coefficients::kA2)};
 }
 
 int PersonalizeFilter::process(const RealAudioBuffer* in, RealAudioBuffer* out) {
     if (in->length > out->capacity) return -1;
     const bool active = in->sampleRate == 88200 || in->sampleRate == 96000;
-    if (params[kOffEnabled] != 0 && active)
+    if (params[layout::kEnabled] != 0 && active)
         effects::runFrames<personalizer_96k>(*in, *out);
     else
         effects::copyFrames(*in, *out);

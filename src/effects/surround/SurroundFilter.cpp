@@ -1,5 +1,7 @@
 #include <quorvex/SurroundFilter.h>
 
+#include <quorvex/ParamBlocks.h>
+
 #include <cstring>
 
 #include "effects/common/StereoFrames.h"
@@ -7,14 +9,10 @@
 
 namespace {
 
-constexpr uint32_t kMagic = 0x6D535235;  // mSR5
-constexpr int kBlockSize = static_cast<int>(sizeof(SurroundConfigParams));
-constexpr paramblock::BlockLayout kBlock = {0x70535252, kMagic, kBlockSize, kBlockSize};  // pSRR
+namespace layout = quorvex::surround_block;
 
-constexpr int32_t kMinHallLength = 17;
-constexpr int32_t kMaxHallM1 = 8456;
-constexpr int32_t kMaxHallM2 = 7708;
-constexpr int32_t kMaxHallM3 = 5460;
+constexpr paramblock::BlockLayout kBlock = {layout::kId, layout::kMagic, layout::kSize,
+                                            layout::kSize};
 
 using Kernel = void (*)(double, double, double*, double*);
 
@@ -26,14 +24,23 @@ unsigned char enabledByte(const SurroundConfigParams& p) {
     return byte;
 }
 
-bool isGain(double g) { return g >= 0.0 && g <= 1.0; }  // false for NaN
+// False for NaN.
+bool isGain(double g) { return g >= layout::kGainMin && g <= layout::kGainMax; }
 
-bool isHallLength(int32_t m, int32_t max) { return m >= kMinHallLength && m <= max; }
+bool isHallLength(int32_t m, int32_t max) { return m >= layout::kHallLengthMin && m <= max; }
+
+SurroundConfigParams recordOf(const unsigned char* block) {
+    SurroundConfigParams p;
+    std::memcpy(&p, block, sizeof p);
+    return p;
+}
+
+bool hasValidFields(const unsigned char* block) { return recordOf(block).isValid(); }
 
 SurroundConfigParams defaultParams() {
     SurroundConfigParams p;
     std::memset(&p, 0, sizeof p);
-    p.magic = kMagic;
+    p.magic = layout::kMagic;
     p.enabled = false;
     p.emode = 1;
     p.hall_m1 = 4228;
@@ -69,10 +76,11 @@ Kernel kernelFor(int sampleRate) {
 }  // namespace
 
 bool SurroundConfigParams::isValid() const {
-    return magic == kMagic && isGain(egain_hall) && isGain(egain_natural) &&
+    return magic == layout::kMagic && isGain(egain_hall) && isGain(egain_natural) &&
            isGain(egain_wide) && isGain(egain_3d) && isGain(egain_echo) &&
-           isHallLength(hall_m1, kMaxHallM1) && isHallLength(hall_m2, kMaxHallM2) &&
-           isHallLength(hall_m3, kMaxHallM3) && isGain(ga_live) && isGain(gc_live) &&
+           isHallLength(hall_m1, layout::kHallM1Max) &&
+           isHallLength(hall_m2, layout::kHallM2Max) &&
+           isHallLength(hall_m3, layout::kHallM3Max) && isGain(ga_live) && isGain(gc_live) &&
            isGain(hall_ga1) && isGain(hall_ga2) && isGain(ga_3d) && isGain(gm_3d);
 }
 
@@ -94,17 +102,14 @@ SurroundFilter::~SurroundFilter() = default;
 const char* SurroundFilter::getName() { return "Surround"; }
 
 int SurroundFilter::setParamData(unsigned long id, const void* block, int size) {
-    int answer;
-    const unsigned char* bytes = paramblock::screenBlock(kBlock, id, block, size, &answer);
-    if (bytes == nullptr) return answer;
-    SurroundConfigParams incoming;
-    std::memcpy(&incoming, bytes, kBlockSize);
-    if (!incoming.isValid()) return -1;
-    // Resending the current settings must not break the sound.
-    if (params.isEqual(incoming)) return kBlockSize;
-    std::memcpy(&params, &incoming, kBlockSize);
-    reset();
-    return kBlockSize;
+    return paramblock::acceptBlock(kBlock, id, block, size, hasValidFields,
+                                   [this](const unsigned char* bytes) {
+                                       SurroundConfigParams incoming = recordOf(bytes);
+                                       // Resending the current settings must not break the sound.
+                                       if (params.isEqual(incoming)) return;
+                                       std::memcpy(&params, &incoming, sizeof params);
+                                       reset();
+                                   });
 }
 
 int SurroundFilter::getParamData(unsigned long id, void* block, int size) {

@@ -1,8 +1,11 @@
 #include <quorvex/SurroundFilter.h>
 
+#include <quorvex/ParamBlocks.h>
+
 #include <cstring>
 #include <initializer_list>
 
+#include "dsp/StereoLanes.h"
 #include "effects/surround/SurroundToneShaping.h"
 
 namespace {
@@ -11,15 +14,17 @@ namespace {
 // stage reaches past frame 8455.
 constexpr int kLineFrames = 19200;
 using DelayLine = double[kLineFrames][2];
-using surround::Lanes;
+using Lanes = dsp::StereoLanes;
+using dsp::loadLanes;
+using dsp::storeLanes;
 using ToneShaper = Lanes (*)(Lanes);
 
-constexpr int kHall = 0x01;
-constexpr int kNatural = 0x02;
-constexpr int kLive = 0x04;
-constexpr int kWide = 0x08;
-constexpr int kEcho = 0x10;
-constexpr int k3d = 0x20;
+using quorvex::surround_block::k3d;
+using quorvex::surround_block::kEcho;
+using quorvex::surround_block::kHall;
+using quorvex::surround_block::kLive;
+using quorvex::surround_block::kNatural;
+using quorvex::surround_block::kWide;
 
 // Fixed lengths at 44.1/48 kHz; the 88.2/96 kHz kernel doubles them.
 constexpr int kNaturalComb1 = 613;
@@ -55,22 +60,12 @@ int n1, n2, n3, n1c, n2c;
 
 void clearLine(DelayLine& line) { std::memset(line, 0, sizeof line); }
 
-// A frame in two lanes, left then right, so each step acts on both channels
-// at once with the same operations as the per-channel recurrence.
-Lanes loadFrame(const double* frame) {
-    Lanes v;
-    std::memcpy(&v, frame, sizeof v);
-    return v;
-}
-
-void storeFrame(double* frame, Lanes v) { std::memcpy(frame, &v, sizeof v); }
-
 inline Lanes allpassStep(Lanes x, double coef, double (*line)[2], int delay, int* position) {
     const int p = *position;
-    const Lanes d = loadFrame(line[p]);
+    const Lanes d = loadLanes(line[p]);
     const Lanes w = d * coef + x;
     const Lanes y = d + w * (-coef);
-    storeFrame(line[p], w);
+    storeLanes(line[p], w);
     *position = p + 1 < delay ? p + 1 : 0;
     return y;
 }
@@ -79,8 +74,8 @@ inline Lanes allpassStep(Lanes x, double coef, double (*line)[2], int delay, int
 // the input plus the scaled output.
 inline Lanes combStep(DelayLine& line, int* position, int length, double c, Lanes x) {
     const int p = *position;
-    const Lanes d = loadFrame(line[p]);
-    storeFrame(line[p], x + c * d);
+    const Lanes d = loadLanes(line[p]);
+    storeLanes(line[p], x + c * d);
     *position = p + 1 >= length ? 0 : p + 1;
     return d;
 }

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "dsp/StereoLanes.h"
 #include "rate/resampling/ReSamplingState.h"
 #include "rate/resampling/bessel0.h"
 
@@ -104,7 +105,7 @@ Window currentWindow() {
 }
 
 // Left and right travel together through the sums.
-typedef double StereoPair __attribute__((vector_size(16)));
+using dsp::StereoLanes;
 
 // A window read straight from the half prototype and the ring.
 struct GatheredWindow {
@@ -127,11 +128,9 @@ struct ContiguousWindow {
 };
 
 template <typename Source>
-inline void accumulate(StereoPair& acc, const Source& src, int j) {
+inline void accumulate(StereoLanes& acc, const Source& src, int j) {
     const double h = src.tap(j);
-    StereoPair x;
-    std::memcpy(&x, src.frame(j), sizeof x);
-    acc += StereoPair{h, h} * x;
+    acc += StereoLanes{h, h} * dsp::loadLanes(src.frame(j));
 }
 
 // The polyphase sums of `Count` consecutive outputs: every input frame of a
@@ -140,7 +139,7 @@ inline void accumulate(StereoPair& acc, const Source& src, int j) {
 // side by side hides the latency of each addition without changing a bit.
 template <int Count, typename Source>
 void windowSums(const Window* w, const Source* src, double* out) {
-    StereoPair acc[Count] = {};
+    StereoLanes acc[Count] = {};
     int common = w[0].taps;
     for (int g = 1; g < Count; ++g) common = w[g].taps < common ? w[g].taps : common;
     for (int j = 0; j < common; ++j) {

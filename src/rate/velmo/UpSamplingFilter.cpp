@@ -1,6 +1,8 @@
 #include <quorvex/UpSamplingFilter.h>
 #include <quorvex/Velmo.h>
 
+#include <quorvex/ParamBlocks.h>
+
 #include <climits>
 #include <cstdint>
 #include <cstring>
@@ -13,37 +15,28 @@ using paramblock::putField;
 
 namespace {
 
-constexpr uint32_t kMagic = 0x6D564C43;     // mVLC
-constexpr uint32_t kEndMagic = 0x434C566D;  // CLVm
-constexpr int kBlockSize = 20;
-constexpr paramblock::BlockLayout kBlock = {0x70564C43 /* pVLC */, kMagic, kBlockSize, kBlockSize};
+namespace layout = quorvex::velmo_block;
 
-constexpr int kOffBlockSize = 4;
-constexpr int kOffEnabled = 8;
-constexpr int kOffMp3Source = 9;
-constexpr int kOffMode = 12;
-constexpr int kOffEndMagic = 16;
-
-constexpr int32_t kModeSuper = 1;
-constexpr int32_t kModeFine = 2;
-
-constexpr int kOutputBits = 24;
+constexpr paramblock::BlockLayout kBlock = {layout::kId, layout::kMagic, layout::kSize,
+                                            layout::kSize};
 
 using VelmoKernel = void (*)(double inL, double inR, double* outL0, double* outR0,
                              double* outL1, double* outR1);
 
 // The fields past the magic, which the shared screening has checked.
 bool isValidBlock(const unsigned char* block) {
-    if (fieldAt<uint32_t>(block, kOffBlockSize) != static_cast<uint32_t>(kBlockSize)) return false;
-    if (fieldAt<uint32_t>(block, kOffEndMagic) != kEndMagic) return false;
-    const int32_t mode = fieldAt<int32_t>(block, kOffMode);
-    return mode == kModeSuper || mode == kModeFine;
+    if (fieldAt<uint32_t>(block, layout::kBlockSize) != static_cast<uint32_t>(layout::kSize))
+        return false;
+    if (fieldAt<uint32_t>(block, layout::kEndMagicOffset) != layout::kEndMagic) return false;
+    const int32_t mode = fieldAt<int32_t>(block, layout::kMode);
+    return mode == layout::kModeSuper || mode == layout::kModeFine;
 }
 
 // Only these three fields shape the signal; a block equal in them changes nothing.
 bool sameSettings(const unsigned char* a, const unsigned char* b) {
-    return a[kOffEnabled] == b[kOffEnabled] && a[kOffMp3Source] == b[kOffMp3Source] &&
-           fieldAt<int32_t>(a, kOffMode) == fieldAt<int32_t>(b, kOffMode);
+    return a[layout::kEnabled] == b[layout::kEnabled] &&
+           a[layout::kMp3Source] == b[layout::kMp3Source] &&
+           fieldAt<int32_t>(a, layout::kMode) == fieldAt<int32_t>(b, layout::kMode);
 }
 
 // The pre-emphasis section for a source of `bits` at `rate`, or null where
@@ -83,12 +76,12 @@ void enhanceFrames(const double* x, double* y, int frames, VelmoStereoStep secti
 }  // namespace
 
 UpSamplingFilter::UpSamplingFilter() : params{}, upSampler32(false) {
-    putField<uint32_t>(params, 0, kMagic);
-    putField<uint32_t>(params, kOffBlockSize, kBlockSize);
-    params[kOffEnabled] = 0;
-    params[kOffMp3Source] = 0;
-    putField<int32_t>(params, kOffMode, kModeSuper);
-    putField<uint32_t>(params, kOffEndMagic, kEndMagic);
+    putField<uint32_t>(params, quorvex::kMagicOffset, layout::kMagic);
+    putField<uint32_t>(params, layout::kBlockSize, layout::kSize);
+    params[layout::kEnabled] = 0;
+    params[layout::kMp3Source] = 0;
+    putField<int32_t>(params, layout::kMode, layout::kModeSuper);
+    putField<uint32_t>(params, layout::kEndMagicOffset, layout::kEndMagic);
     VelmoInit();
 }
 
@@ -97,15 +90,14 @@ UpSamplingFilter::~UpSamplingFilter() = default;
 const char* UpSamplingFilter::getName() { return "Velmo"; }
 
 int UpSamplingFilter::setParamData(unsigned long id, const void* block, int size) {
-    int answer;
-    const unsigned char* bytes = paramblock::screenBlock(kBlock, id, block, size, &answer);
-    if (bytes == nullptr) return answer;
-    if (!isValidBlock(bytes)) return -1;
-    // An unchanged setting keeps the stream running without a break.
-    if (sameSettings(bytes, params)) return kBlockSize;
-    std::memcpy(params, bytes, kBlockSize);
-    reset();
-    return kBlockSize;
+    return paramblock::acceptBlock(kBlock, id, block, size, isValidBlock,
+                                   [this](const unsigned char* bytes) {
+                                       // An unchanged setting keeps the stream running
+                                       // without a break.
+                                       if (sameSettings(bytes, params)) return;
+                                       std::memcpy(params, bytes, sizeof params);
+                                       reset();
+                                   });
 }
 
 int UpSamplingFilter::getParamData(unsigned long id, void* block, int size) {
@@ -125,19 +117,19 @@ int UpSamplingFilter::process(const RealAudioBuffer* in, RealAudioBuffer* out) {
     if (rate > INT_MAX / 2 || rate < INT_MIN / 2) return -1;  // no twice the rate to report
 
     const int frames = n / 2;
-    const VelmoStereoStep section =
-        preEmphasis(in->bitsPerSample, rate, fieldAt<int32_t>(params, kOffMode) == kModeFine);
+    const bool fine = fieldAt<int32_t>(params, layout::kMode) == layout::kModeFine;
+    const VelmoStereoStep section = preEmphasis(in->bitsPerSample, rate, fine);
     // Rates and depths without a pre-emphasis section are interpolated plainly.
-    if (params[kOffEnabled] == 0 || section == nullptr) {
+    if (params[layout::kEnabled] == 0 || section == nullptr) {
         interpolate(in->data, out->data, frames);
     } else {
         const bool shortHighBand = upSampler32 && in->bitsPerSample == 16 && rate == 48000;
         enhanceFrames(in->data, out->data, frames, section,
-                      enhancer(params[kOffMp3Source] != 0, shortHighBand));
+                      enhancer(params[layout::kMp3Source] != 0, shortHighBand));
     }
 
     out->length = 2 * n;
     out->sampleRate = 2 * rate;
-    out->bitsPerSample = kOutputBits;
+    out->bitsPerSample = layout::kOutputBits;
     return 0;
 }

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <cstddef>
 
+#include "dsp/Section.h"
+#include "framework/KernelChoice.h"
 #include "rate/velmo/VelmoTables.h"
 
 // On x86-64 the passes over the delay lines are built a second time for
@@ -37,7 +39,7 @@ double sDecAM_ur[kDecAMTaps];
 // Section states and the high-pass line are never cleared: they run from load
 // to exit.
 struct BiquadState {
-    double dl11, dl12, dr11, dr12;
+    dsp::SectionHistory<double> left, right;
 };
 
 BiquadState sCDlpf2;
@@ -56,21 +58,10 @@ void clear(double (&line)[N]) {
     for (double& v : line) v = 0.0;
 }
 
-// Direct form II; w1 and w2 are the internal values one and two frames back.
-inline double biquadChannel(const VelmoBiquadCoeffs& c, double& w1, double& w2, double x) {
-    const double f = c.a1 * w1 + c.a2 * w2;
-    const double g = c.b1 * w1 + c.b2 * w2;
-    const double w = f + x;
-    const double y = c.b0 * w + g;
-    w2 = w1;
-    w1 = w;
-    return y;
-}
-
 inline void biquadStep(const VelmoBiquadCoeffs& c, BiquadState& s, double inL, double inR,
                        double* outL, double* outR) {
-    *outL = biquadChannel(c, s.dl11, s.dl12, inL);
-    *outR = biquadChannel(c, s.dr11, s.dr12, inR);
+    *outL = dsp::runSection(c, s.left, inL);
+    *outR = dsp::runSection(c, s.right, inR);
 }
 
 // Two steps of one channel of an N-tap FIR in transposed form, input x0 then
@@ -123,10 +114,12 @@ VELMO_LOOP_INLINE void firHeldSteps(const std::array<double, N>& h, double (&lin
 
 #ifdef VELMO_WIDE_LINES
 // The same passes built for 256-bit vectors, taken where the processor has
-// them. The loops are vectorised only across the taps of a transposed update,
-// independent lanes that each do the same multiplications and additions in the
-// same order, so both builds give the same bits.
+// them unless the plain kernels were asked for. The loops are vectorised only
+// across the taps of a transposed update, independent lanes that each do the
+// same multiplications and additions in the same order, so both builds give
+// the same bits.
 bool wideLinesAvailable() {
+    if (!framework::wideKernelsAllowed()) return false;
     __builtin_cpu_init();
     return __builtin_cpu_supports("avx");
 }
@@ -195,6 +188,14 @@ inline void envelopeTwoSteps(double (&u)[kDecAMTaps], double x0, double x1, doub
 }
 
 }  // namespace
+
+bool VelmoWideLines() {
+#ifdef VELMO_WIDE_LINES
+    return kWideLines;
+#else
+    return false;
+#endif
+}
 
 void VelmoInit() {
     clear(sOff_hf_d);

@@ -46,6 +46,10 @@ VelmoInstants Velmohpf2(const VelmoInstants& in);
 // the input|.
 VelmoInstants dec_am(const VelmoInstants& in);
 
+// Whether the FIR lines run their 256-bit build: where the processor has it
+// and the plain kernels were not asked for.
+bool VelmoWideLines();
+
 // Output sections of the kernels.
 void VelmoCDlpf2(double inL, double inR, double* outL, double* outR);
 void VelmoMP3lpf2(double inL, double inR, double* outL, double* outR);

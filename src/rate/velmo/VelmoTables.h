@@ -9,6 +9,8 @@
 #include <array>
 #include <cstddef>
 
+#include "dsp/Section.h"
+
 // h[k] = h[N-1-k]; `half` is h[0] .. h[(N-1)/2].
 template <std::size_t N, std::size_t H>
 constexpr std::array<double, N> evenSymmetric(const double (&half)[H]) {
@@ -113,25 +115,22 @@ inline constexpr std::array<double, 17> sDecAM_hn = oddSymmetric<17>({
     -0.00224952742, -0.612373948, 0.0,
 });
 
-// A second-order section (b0 + b1 z^-1 + b2 z^-2) / (1 - a1 z^-1 - a2 z^-2):
-// the feedback constants are added.
-struct VelmoBiquadCoeffs {
-    double a1, a2, b0, b1, b2;
-};
+// The enhancer's second-order sections, b0, b1, b2, a1, a2 (feedback added).
+using VelmoBiquadCoeffs = dsp::SectionCoeffs;
 
-inline constexpr VelmoBiquadCoeffs sVelmoLpf2 = {0.1715291, -0.1787385, 0.2518023, 0.5036047,
-                                                 0.2518023};
-inline constexpr VelmoBiquadCoeffs sVelmoFine44K = {-1.255873, -0.4984978, 1.249563, 1.255873,
-                                                    0.2489347};
-inline constexpr VelmoBiquadCoeffs sVelmoSuper44K = {-0.4971047, 0.4569755, 1.759259, 0.4286597,
-                                                     -1.147789};
-inline constexpr VelmoBiquadCoeffs sVelmoFine48K24 = {-0.9863466, -0.3949047, 1.301114,
-                                                      0.9863466, 0.0937905};
-inline constexpr VelmoBiquadCoeffs sVelmoFine48K16 = {-1.003327, -0.4189189, 1.359899, 1.003327,
-                                                      0.05902015};
-inline constexpr VelmoBiquadCoeffs sVelmoSuper48K24 = {-0.3659064, 0.5652446, 1.830225,
-                                                       0.2632845, -1.292848};
-inline constexpr VelmoBiquadCoeffs sVelmoSuper48K16 = {-0.3260594, 0.5388824, 1.765796,
-                                                       0.3260594, -1.304678};
+inline constexpr VelmoBiquadCoeffs sVelmoLpf2 = {0.2518023, 0.5036047, 0.2518023,
+                                                 0.1715291, -0.1787385};
+inline constexpr VelmoBiquadCoeffs sVelmoFine44K = {1.249563, 1.255873, 0.2489347,
+                                                    -1.255873, -0.4984978};
+inline constexpr VelmoBiquadCoeffs sVelmoSuper44K = {1.759259, 0.4286597, -1.147789,
+                                                     -0.4971047, 0.4569755};
+inline constexpr VelmoBiquadCoeffs sVelmoFine48K24 = {1.301114, 0.9863466, 0.0937905,
+                                                      -0.9863466, -0.3949047};
+inline constexpr VelmoBiquadCoeffs sVelmoFine48K16 = {1.359899, 1.003327, 0.05902015,
+                                                      -1.003327, -0.4189189};
+inline constexpr VelmoBiquadCoeffs sVelmoSuper48K24 = {1.830225, 0.2632845, -1.292848,
+                                                       -0.3659064, 0.5652446};
+inline constexpr VelmoBiquadCoeffs sVelmoSuper48K16 = {1.765796, 0.3260594, -1.304678,
+                                                       -0.3260594, 0.5388824};
 
 #endif
