@@ -47,6 +47,8 @@ Parameter switchParam(std::string key, std::string defaultValue, std::string hel
     return makeParam(std::move(key), ParamKind::Switch, std::move(defaultValue), std::move(help));
 }
 
+Parameter enabledParam() { return switchParam("enabled", "on", "off passes the audio through unchanged"); }
+
 Parameter pathParam(std::string key, std::string help) {
     return makeParam(std::move(key), ParamKind::Path, "", std::move(help));
 }

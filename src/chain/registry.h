@@ -27,6 +27,8 @@ Parameter wholeParam(std::string key, double min, double max, std::string unit, 
                      std::string help);
 Parameter choiceParam(std::string key, std::vector<std::string> choices, std::string help);
 Parameter switchParam(std::string key, std::string defaultValue, std::string help);
+// "enabled", on unless switched off; off passes the audio through.
+Parameter enabledParam();
 Parameter pathParam(std::string key, std::string help);
 // "bits": the output depth of a converter, "same" as its input or one of `depths`.
 Parameter depthParam(std::vector<std::string> depths);

@@ -26,7 +26,7 @@ FilterEntry alcEntry() {
                 "",
                 "",
                 {
-                    switchParam("enabled", "on", "off passes the audio through unchanged"),
+                    enabledParam(),
                     choiceParam("mode", {"linked", "sample"},
                                 "linked: one gain for both channels, recovering at block ends; "
                                 "sample: each sample limited on its own, the gain never recovers"),

@@ -55,7 +55,7 @@ FilterEntry eqEntry() {
                 "band setting and filter history",
                 "",
                 {
-                    switchParam("enabled", "on", "off passes the audio through unchanged"),
+                    enabledParam(),
                     band("63", "peak at 63 Hz"),
                     band("160", "peak at 160 Hz"),
                     band("400", "peak at 400 Hz"),

@@ -34,7 +34,7 @@ FilterEntry hpeqEntry() {
                 "set of coefficients and filter history",
                 "file",
                 {
-                    switchParam("enabled", "on", "off passes the audio through unchanged"),
+                    enabledParam(),
                     pathParam("file",
                               "sections, one a line: b0 b1 b2 a0 a1 a2 (missing ones pass; none: all pass)"),
                 },

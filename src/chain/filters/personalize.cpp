@@ -29,7 +29,7 @@ FilterEntry personalizeEntry() {
                 "set of coefficients and filter history",
                 "file",
                 {
-                    switchParam("enabled", "on", "off passes the audio through unchanged"),
+                    enabledParam(),
                     pathParam("file", "one section for both channels, or two lines: left, then right "
                                       "(b0 b1 b2 a0 a1 a2 each; none: pass)"),
                 },

@@ -67,7 +67,7 @@ FilterEntry surroundEntry() {
                 "set of stage settings and delay lines",
                 "",
                 {
-                    switchParam("enabled", "on", "off passes the audio through unchanged"),
+                    enabledParam(),
                     strength("hall", "hall reverberation"),
                     strength("natural", "natural room with tone shaping"),
                     strength("live", "live room"),
