@@ -80,8 +80,8 @@ TEST(ChainText, RefusesWithTheLineTheUserSees) {
         {tooLong, "the chain has 11 filters; at most 10 can run in one chain"},
         {"alc hold", "hold works on integer PCM by itself and cannot share a chain"},
     };
-    for (const auto& [text, message] : refusals)
-        EXPECT_EQ(messageOf<qc::SyntaxError>([&] { qc::parse(text); }), message) << text;
+    for (const auto& refusal : refusals)
+        EXPECT_EQ(messageOf<qc::SyntaxError>([&] { qc::parse(refusal.first); }), refusal.second) << refusal.first;
 }
 
 TEST(ChainText, BuiltChainsRefuseStreamsTheyCannotWorkOn) {
