@@ -1,8 +1,9 @@
-# cmake --install: the shared library, the public headers, quorvex.pc and a
-# CMake package config giving quorvex::quorvex.
+# cmake --install: the shared library and the chain layer, the public
+# headers, quorvex.pc and quorvex-chain.pc, and a CMake package config giving
+# quorvex::quorvex and quorvex::chain.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS quorvex EXPORT quorvexTargets
+install(TARGETS quorvex quorvex_chain EXPORT quorvexTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
@@ -23,3 +24,5 @@ install(FILES ${PROJECT_BINARY_DIR}/quorvexConfig.cmake
 
 configure_file(${PROJECT_SOURCE_DIR}/cmake/quorvex.pc.in ${PROJECT_BINARY_DIR}/quorvex.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/quorvex.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+configure_file(${PROJECT_SOURCE_DIR}/cmake/quorvex-chain.pc.in ${PROJECT_BINARY_DIR}/quorvex-chain.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/quorvex-chain.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

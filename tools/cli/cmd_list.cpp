@@ -1,34 +1,37 @@
 // quorvex list and quorvex help: what the tool offers and how to ask for it.
 #include "commands.h"
 #include "error.h"
-#include "registry.h"
+
+#include <quorvex/chain.h>
 
 #include <cstdio>
 
 namespace {
 
-std::string valueSyntax(const ParamDef& param) {
+namespace qc = quorvex::chain;
+
+std::string valueSyntax(const qc::Parameter& param) {
     switch (param.kind) {
-        case ParamKind::Number: return rangeText(param);
-        case ParamKind::Choice: {
+        case qc::ParamKind::Number: return qc::rangeText(param);
+        case qc::ParamKind::Choice: {
             std::string text;
             for (const std::string& choice : param.choices) text += (text.empty() ? "" : "|") + choice;
             return text;
         }
-        case ParamKind::Switch: return "on|off";
-        case ParamKind::Path: return "FILE";
+        case qc::ParamKind::Switch: return "on|off";
+        case qc::ParamKind::Path: return "FILE";
     }
     return "";
 }
 
-void printEntry(const FilterEntry& entry) {
+void printEntry(const qc::FilterInfo& entry) {
     std::printf("%s: %s\n", entry.name.c_str(), entry.summary.c_str());
     std::printf("    acts at %s\n", entry.rates.c_str());
     if (!entry.sharedState.empty())
         std::printf("    one per chain: all instances share one %s\n", entry.sharedState.c_str());
     if (!entry.positional.empty())
         std::printf("    %s:VALUE sets %s\n", entry.name.c_str(), entry.positional.c_str());
-    for (const ParamDef& param : entry.params) {
+    for (const qc::Parameter& param : entry.params) {
         const std::string syntax = param.key + "=" + valueSyntax(param);
         const std::string fallback =
             param.defaultValue.empty() ? "" : " (default " + param.defaultValue + ")";
@@ -81,7 +84,7 @@ examples:
 int runList(const Arguments& args) {
     if (!args.empty()) throw UsageError("usage: quorvex list");
     bool first = true;
-    for (const FilterEntry& entry : filterRegistry()) {
+    for (const qc::FilterInfo& entry : qc::filters()) {
         if (!first) std::printf("\n");
         first = false;
         printEntry(entry);

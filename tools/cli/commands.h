@@ -2,7 +2,8 @@
 #define QUORVEX_CLI_COMMANDS_H
 
 // The subcommands of quorvex. Each takes the arguments after its own name and
-// returns the exit status; failures are thrown as CliError.
+// returns the exit status; failures are thrown as CliError or as the chain
+// layer's errors.
 
 #include <string>
 #include <vector>

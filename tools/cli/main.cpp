@@ -2,6 +2,8 @@
 #include "commands.h"
 #include "error.h"
 
+#include <quorvex/chain.h>
+
 #include <cstdio>
 #include <cstring>
 
@@ -26,16 +28,21 @@ int dispatch(int argc, char** argv) {
     throw UsageError(std::string("unknown command '") + name + "' ('quorvex help' lists the commands)");
 }
 
+int report(const std::exception& e, int status) {
+    std::fprintf(stderr, "quorvex: %s\n", e.what());
+    return status;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     try {
         return dispatch(argc, argv);
     } catch (const UsageError& e) {
-        std::fprintf(stderr, "quorvex: %s\n", e.what());
-        return 2;
+        return report(e, 2);
+    } catch (const quorvex::chain::SyntaxError& e) {  // a chain that cannot be understood is a usage error
+        return report(e, 2);
     } catch (const std::exception& e) {
-        std::fprintf(stderr, "quorvex: %s\n", e.what());
-        return 1;
+        return report(e, 1);
     }
 }

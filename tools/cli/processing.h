@@ -4,7 +4,7 @@
 // Runs one audio file through a chain into another, block by block, so memory
 // stays the same whatever the file's length.
 
-#include "registry.h"
+#include <quorvex/chain.h>
 
 #include <string>
 
@@ -18,8 +18,8 @@ struct ProcessRequest {
 };
 
 struct ProcessResult {
-    StreamFormat input;
-    StreamFormat output;
+    quorvex::chain::StreamFormat input;
+    quorvex::chain::StreamFormat output;
     std::string outputEncoding;
     std::string chainName;
     long long framesIn = 0;

@@ -1,5 +1,5 @@
-#ifndef QUORVEX_CLI_SECTIONS_FILE_H
-#define QUORVEX_CLI_SECTIONS_FILE_H
+#ifndef QUORVEX_CHAIN_SECTIONS_FILE_H
+#define QUORVEX_CHAIN_SECTIONS_FILE_H
 
 // Second-order sections designed elsewhere, read from a text file: one
 // section a line as "b0 b1 b2 a0 a1 a2", the filter
@@ -11,13 +11,15 @@
 #include <string>
 #include <vector>
 
+namespace quorvex::chain {
+
 // Normalised to a0 = 1 and with the feedback coefficients negated: the
 // library adds them.
 struct Section {
     double b0 = 1.0, b1 = 0.0, b2 = 0.0, a1 = 0.0, a2 = 0.0;
 };
 
-// Throws CliError naming the file and line for anything that is not a
+// Throws StreamError naming the file and line for anything that is not a
 // section, and when the file holds more than `most` of them.
 std::vector<Section> readSections(const std::string& filter, const std::string& path, size_t most);
 
@@ -25,7 +27,9 @@ std::vector<Section> readSections(const std::string& filter, const std::string& 
 // for any other rate.
 void requireHighRate(const std::string& filter, const StreamFormat& input);
 
-// Writes a section into a parameter block as a0, a1, a2, b0, b1, b2 from `offset` on.
+// Writes a section into a parameter block as one coefficient set from `offset` on.
 void putSection(ParamBlock& block, int offset, const Section& section);
+
+}  // namespace quorvex::chain
 
 #endif

@@ -1,29 +1,30 @@
 #include "sections_file.h"
 
-#include "error.h"
-
 #include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <sstream>
 
+namespace quorvex::chain {
+
 namespace {
 
-constexpr double kLargestCoefficient = 1000.0;  // the most the filters accept
+constexpr double kLargestCoefficient = coefficient_set::kLimit;
 
 Section parseSection(const std::string& where, const std::string& line) {
     std::istringstream fields(line);
     double row[6];
     for (double& value : row)
-        if (!(fields >> value)) throw CliError(where + ": a section needs six numbers, b0 b1 b2 a0 a1 a2");
+        if (!(fields >> value)) throw StreamError(where + ": a section needs six numbers, b0 b1 b2 a0 a1 a2");
     std::string rest;
-    if (fields >> rest) throw CliError(where + ": more than six numbers in one section");
+    if (fields >> rest) throw StreamError(where + ": more than six numbers in one section");
     const double a0 = row[3];
-    if (a0 == 0.0) throw CliError(where + ": a0 must not be 0");
+    if (a0 == 0.0) throw StreamError(where + ": a0 must not be 0");
     const Section section{row[0] / a0, row[1] / a0, row[2] / a0, -row[4] / a0, -row[5] / a0};
     for (double c : {section.b0, section.b1, section.b2, section.a1, section.a2})
         if (!(c >= -kLargestCoefficient && c <= kLargestCoefficient))
-            throw CliError(where + ": after dividing by a0, every coefficient must lie within -1000 to 1000");
+            throw StreamError(where + ": after dividing by a0, every coefficient must lie within -" +
+                              numberText(kLargestCoefficient) + " to " + numberText(kLargestCoefficient));
     return section;
 }
 
@@ -31,7 +32,7 @@ Section parseSection(const std::string& where, const std::string& line) {
 
 std::vector<Section> readSections(const std::string& filter, const std::string& path, size_t most) {
     std::ifstream file(path);
-    if (!file) throw CliError(filter + ": cannot read " + path + ": " + std::strerror(errno));
+    if (!file) throw StreamError(filter + ": cannot read " + path + ": " + std::strerror(errno));
     std::vector<Section> sections;
     std::string line;
     for (int number = 1; std::getline(file, line); ++number) {
@@ -42,9 +43,9 @@ std::vector<Section> readSections(const std::string& filter, const std::string& 
         const std::string where = filter + ": " + path + " line " + std::to_string(number);
         sections.push_back(parseSection(where, line));
         if (sections.size() > most)
-            throw CliError(where + ": " + filter + " takes at most " + std::to_string(most) + " sections");
+            throw StreamError(where + ": " + filter + " takes at most " + std::to_string(most) + " sections");
     }
-    if (sections.empty()) throw CliError(filter + ": " + path + " holds no section");
+    if (sections.empty()) throw StreamError(filter + ": " + path + " holds no section");
     return sections;
 }
 
@@ -54,6 +55,12 @@ void requireHighRate(const std::string& filter, const StreamFormat& input) {
 }
 
 void putSection(ParamBlock& block, int offset, const Section& section) {
-    const double values[6] = {1.0, section.a1, section.a2, section.b0, section.b1, section.b2};
-    for (int i = 0; i < 6; ++i) block.setDouble(offset + 8 * i, values[i]);
+    block.setDouble(offset + coefficient_set::kA0, 1.0);
+    block.setDouble(offset + coefficient_set::kA1, section.a1);
+    block.setDouble(offset + coefficient_set::kA2, section.a2);
+    block.setDouble(offset + coefficient_set::kB0, section.b0);
+    block.setDouble(offset + coefficient_set::kB1, section.b1);
+    block.setDouble(offset + coefficient_set::kB2, section.b2);
 }
+
+}  // namespace quorvex::chain

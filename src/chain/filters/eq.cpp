@@ -1,0 +1,74 @@
+// eq: the ten-band graphic equalizer, gains in dB.
+#include "../registry.h"
+
+#include <algorithm>
+
+namespace quorvex::chain {
+
+namespace {
+
+using namespace equalizer_block;
+
+const char* const kBandKeys[kBands] = {"63",  "160", "400", "1k",       "2.5k",
+                                       "6.3k", "16k", "32k", "lowshelf", "highshelf"};
+
+// The filter truncates gain * 12 + 12 to a step; a quarter step above the
+// wanted one keeps rounding error from landing on the step below.
+double gainForDecibels(double decibels) {
+    return std::min(kGainMax, (decibels + 0.25) / kDecibelsPerGain);
+}
+
+void refuseHighBandsAtLowRates(const Settings& settings, const StreamFormat& input) {
+    if (input.rate == 88200 || input.rate == 96000) return;
+    for (int band = kLowRateBands; band < kBands; ++band)
+        if (settings.given(kBandKeys[band]) && settings.number(kBandKeys[band]) != 0.0)
+            throw StreamError(std::string("eq: band ") + kBandKeys[band] +
+                              " acts only at 88200 and 96000 Hz, not at the " + std::to_string(input.rate) +
+                              " Hz of this stream");
+}
+
+BuiltFilter build(const Settings& settings, const StreamFormat& input) {
+    if (settings.isOn("enabled")) {
+        requireRate("eq", input, {44100, 48000, 88200, 96000});
+        refuseHighBandsAtLowRates(settings, input);
+    }
+    auto eq = std::make_unique<EqualizerFilter>();
+    ParamBlock block(*eq, kId, kSize);
+    block.setByte(kEnabled, settings.isOn("enabled"));
+    for (int band = 0; band < kBands; ++band)
+        block.setDouble(gainOffset(band), gainForDecibels(settings.number(kBandKeys[band])));
+    block.apply("eq");
+    return {std::move(eq), input};
+}
+
+Parameter band(const char* key, const char* help) {
+    return wholeParam(key, kGainMin * kDecibelsPerGain, kGainMax * kDecibelsPerGain, "dB", "0", help);
+}
+
+}  // namespace
+
+FilterEntry eqEntry() {
+    return {{
+                "eq",
+                "ten-band graphic equalizer, gains in 1 dB steps",
+                "44100, 48000, 88200 and 96000 Hz; the last three bands at 88200 and 96000 Hz only",
+                "band setting and filter history",
+                "",
+                {
+                    enabledParam(),
+                    band("63", "peak at 63 Hz"),
+                    band("160", "peak at 160 Hz"),
+                    band("400", "peak at 400 Hz"),
+                    band("1k", "peak at 1 kHz"),
+                    band("2.5k", "peak at 2.5 kHz"),
+                    band("6.3k", "peak at 6.3 kHz"),
+                    band("16k", "peak at 16 kHz"),
+                    band("32k", "peak at 32 kHz"),
+                    band("lowshelf", "low shelf near 160 Hz"),
+                    band("highshelf", "high shelf from 20 kHz (88.2 kHz) or 16 kHz (96 kHz)"),
+                },
+            },
+            build};
+}
+
+}  // namespace quorvex::chain

@@ -1,0 +1,89 @@
+// surround: hall, natural room, live room, widening, echo and 3D image.
+#include "../registry.h"
+
+namespace quorvex::chain {
+
+namespace {
+
+using namespace surround_block;
+
+static_assert(sizeof(SurroundConfigParams) == kSize, "the surround's block is its settings record");
+
+struct Stage {
+    const char* key;
+    int32_t bit;
+    double SurroundConfigParams::*strength;
+};
+
+constexpr Stage kStages[] = {
+    {"hall", kHall, &SurroundConfigParams::egain_hall},
+    {"natural", kNatural, &SurroundConfigParams::egain_natural},
+    {"live", kLive, &SurroundConfigParams::gc_live},
+    {"wide", kWide, &SurroundConfigParams::egain_wide},
+    {"echo", kEcho, &SurroundConfigParams::egain_echo},
+    {"3d", k3d, &SurroundConfigParams::egain_3d},
+};
+
+BuiltFilter build(const Settings& settings, const StreamFormat& input) {
+    if (settings.isOn("enabled")) requireRate("surround", input, {44100, 48000, 88200, 96000});
+    auto surround = std::make_unique<SurroundFilter>();
+    SurroundConfigParams params;
+    surround->getParamData(kId, &params, sizeof params);
+    params.enabled = settings.isOn("enabled");
+    params.emode = 0;
+    for (const Stage& stage : kStages) {
+        if (!settings.given(stage.key)) continue;
+        params.emode |= stage.bit;
+        params.*stage.strength = settings.number(stage.key);
+    }
+    if (params.emode == 0) params.emode = kHall;  // no stage named: the hall alone
+    params.hall_m1 = static_cast<int32_t>(settings.number("hall-len1"));
+    params.hall_m2 = static_cast<int32_t>(settings.number("hall-len2"));
+    params.hall_m3 = static_cast<int32_t>(settings.number("hall-len3"));
+    params.hall_ga1 = settings.number("hall-ap1");
+    params.hall_ga2 = settings.number("hall-ap2");
+    params.ga_3d = settings.number("3d-ap");
+    if (surround->setParamData(kId, &params, sizeof params) != sizeof params)
+        throw StreamError("surround: the filter refused these settings");
+    return {std::move(surround), input};
+}
+
+Parameter strength(const char* key, const char* help) {
+    return numberParam(key, kGainMin, kGainMax, "", "0.5", help);
+}
+
+// Each all-pass length defaults to half its maximum.
+Parameter hallLength(const char* key, int32_t max, const char* help) {
+    return wholeParam(key, kHallLengthMin, max, "samples", std::to_string(max / 2), help);
+}
+
+}  // namespace
+
+FilterEntry surroundEntry() {
+    return {{
+                "surround",
+                "room and space: naming a stage switches it on (none named: the hall)",
+                "44100, 48000, 88200 and 96000 Hz",
+                "set of stage settings and delay lines",
+                "",
+                {
+                    enabledParam(),
+                    strength("hall", "hall reverberation"),
+                    strength("natural", "natural room with tone shaping"),
+                    strength("live", "live room"),
+                    strength("wide", "stereo widening"),
+                    strength("echo", "echo level"),
+                    strength("3d", "3D image"),
+                    hallLength("hall-len1", kHallM1Max,
+                               "first hall all-pass length at 88.2/96 kHz, halved at 44.1/48 kHz"),
+                    hallLength("hall-len2", kHallM2Max, "second hall all-pass length"),
+                    hallLength("hall-len3", kHallM3Max, "third hall all-pass length"),
+                    numberParam("hall-ap1", 0.0, 1.0, "", "0.7", "all-pass gain of the hall's first pass"),
+                    numberParam("hall-ap2", 0.0, 1.0, "", "0.8", "all-pass gain of the hall's second pass"),
+                    numberParam("3d-ap", 0.0, 1.0, "", "0.7", "all-pass gain of the 3D stage"),
+                },
+            },
+            build};
+}
+
+}  // namespace quorvex::chain
