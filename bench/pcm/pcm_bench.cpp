@@ -11,10 +11,8 @@
 
 namespace {
 
-constexpr int kFrames = 1024;
-
 std::vector<unsigned char> pcmSignal(int bits) {
-    const std::vector<double> x = bench::stereoSignal(kFrames, 44100);
+    const std::vector<double> x = bench::stereoSignal(bench::kBlockFrames, 44100);
     const int width = bits / 8;
     std::vector<unsigned char> bytes(x.size() * static_cast<size_t>(width));
     for (size_t i = 0; i < x.size(); ++i) {
@@ -37,11 +35,13 @@ void BM_DataTypeConversionChain(benchmark::State& state) {
     const std::vector<unsigned char> in = pcmSignal(bits);
     std::vector<unsigned char> out(in.size());
     const int bytes = static_cast<int>(in.size());
-    for (auto _ : state) {
-        dtc.process(44100, bits, in.data(), bytes, 44100, bits, out.data(), bytes);
+    const auto block = [&] {
+        const int written =
+            dtc.process(44100, bits, in.data(), bytes, 44100, bits, out.data(), bytes);
         benchmark::DoNotOptimize(out.data());
-    }
-    bench::reportFrames(state, kFrames, 44100);
+        return written == bytes;
+    };
+    bench::runBlocks(state, block, bench::kBlockFrames, 44100);
 }
 BENCHMARK(BM_DataTypeConversionChain)->Arg(16)->Arg(24)->Arg(32)->ArgName("bits");
 
@@ -52,11 +52,13 @@ void BM_SimpleUpSampling(benchmark::State& state) {
     std::vector<unsigned char> out(in.size() * 3);
     const int inBytes = static_cast<int>(in.size());
     const int outBytes = static_cast<int>(out.size());
-    for (auto _ : state) {
-        up.process(44100, 16, in.data(), inBytes, 88200, 24, out.data(), outBytes);
+    const auto block = [&] {
+        const int written =
+            up.process(44100, 16, in.data(), inBytes, 88200, 24, out.data(), outBytes);
         benchmark::DoNotOptimize(out.data());
-    }
-    bench::reportFrames(state, kFrames, 44100);
+        return written == outBytes;
+    };
+    bench::runBlocks(state, block, bench::kBlockFrames, 44100);
 }
 BENCHMARK(BM_SimpleUpSampling);
 

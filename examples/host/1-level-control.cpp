@@ -7,17 +7,17 @@
 #include <cstring>
 
 int main() {
-    const unsigned long kALC = 0x70414C43;  // pALC
+    namespace alc_block = quorvex::alc_block;
     ALCFilter alc;
 
-    unsigned char block[20];
-    if (alc.getParamData(kALC, block, sizeof block) != 20) return 1;
-    const int32_t perSample = 1;
-    std::memcpy(block + 8, &perSample, sizeof perSample);
-    if (alc.setParamData(kALC, block, sizeof block) != 20) return 1;
+    unsigned char block[alc_block::kSize];
+    if (alc.getParamData(alc_block::kId, block, sizeof block) != alc_block::kSize) return 1;
+    const int32_t perSample = alc_block::kModeSample;
+    std::memcpy(block + alc_block::kMode, &perSample, sizeof perSample);
+    if (alc.setParamData(alc_block::kId, block, sizeof block) != alc_block::kSize) return 1;
 
-    unsigned char readBack[20];
-    if (alc.getParamData(kALC, readBack, sizeof readBack) != 20) return 1;
+    unsigned char readBack[alc_block::kSize];
+    if (alc.getParamData(alc_block::kId, readBack, sizeof readBack) != alc_block::kSize) return 1;
     if (std::memcmp(block, readBack, sizeof block) != 0) return 1;
 
     double samples[8] = {0.5, -0.25, 2.0, 0.5, 0.5, -4.0, 0.25, 0.25};

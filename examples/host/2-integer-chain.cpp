@@ -10,25 +10,27 @@
 
 namespace {
 
-const unsigned long kEqualizer = 0x70455551;  // pEUQ
-const unsigned long kEnhancer = 0x70564C43;   // pVLC
+namespace equalizer_block = quorvex::equalizer_block;
+namespace velmo_block = quorvex::velmo_block;
 
 // Band gains run from -1.0 (-12 dB) to +1.0 (+12 dB); band 0 is 63 Hz.
 bool boostBass(RealAudioFilter& chain) {
-    unsigned char block[92];
-    if (chain.getParamData(kEqualizer, block, sizeof block) != 92) return false;
-    const double plus3dB = 3.0 / 12.0;
-    std::memcpy(block + 8, &plus3dB, sizeof plus3dB);
-    return chain.setParamData(kEqualizer, block, sizeof block) == 92;
+    unsigned char block[equalizer_block::kSize];
+    if (chain.getParamData(equalizer_block::kId, block, sizeof block) != equalizer_block::kSize)
+        return false;
+    const double plus3dB = 3.0 / equalizer_block::kDecibelsPerGain;
+    std::memcpy(block + equalizer_block::gainOffset(0), &plus3dB, sizeof plus3dB);
+    return chain.setParamData(equalizer_block::kId, block, sizeof block) == equalizer_block::kSize;
 }
 
 // Enhance with the settings for compressed sources.
 bool enhanceCompressed(RealAudioFilter& chain) {
-    unsigned char block[20];
-    if (chain.getParamData(kEnhancer, block, sizeof block) != 20) return false;
-    block[8] = 1;  // enabled
-    block[9] = 1;  // compressed source
-    return chain.setParamData(kEnhancer, block, sizeof block) == 20;
+    unsigned char block[velmo_block::kSize];
+    if (chain.getParamData(velmo_block::kId, block, sizeof block) != velmo_block::kSize)
+        return false;
+    block[velmo_block::kEnabled] = 1;
+    block[velmo_block::kMp3Source] = 1;  // compressed source
+    return chain.setParamData(velmo_block::kId, block, sizeof block) == velmo_block::kSize;
 }
 
 }  // namespace

@@ -124,6 +124,7 @@ inline constexpr int kSize = 20;
 inline constexpr int kBlockSize = 4;   // uint32, must hold kSize
 inline constexpr int kEnabled = 8;     // byte: 0 interpolates, else enhances
 inline constexpr int kMp3Source = 9;   // byte: 0 CD kernels, else MP3 kernels
+inline constexpr int kReserved = 10;   // two bytes, stored only along with a change
 inline constexpr int kMode = 12;       // int32
 inline constexpr int kEndMagicOffset = 16;
 inline constexpr int32_t kModeSuper = 1;  // a rising treble shelf

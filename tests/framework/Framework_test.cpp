@@ -9,7 +9,7 @@
 
 #include "support/TestFilters.h"
 
-using testing_filters::ProbeFilter;
+using testutil::ProbeFilter;
 
 struct CompositionFilterProbe {
     static const RealAudioBuffer* scratchA(const CompositionFilter& cf) { return cf.scratchA; }

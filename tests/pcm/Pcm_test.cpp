@@ -9,10 +9,13 @@
 #include <memory>
 #include <vector>
 
-#include "pcm/PcmSamples.h"
+#include "support/PcmPacking.h"
 #include "support/TestFilters.h"
 
-using testing_filters::ProbeFilter;
+using testutil::pack;
+using testutil::ProbeFilter;
+using testutil::Samples;
+using testutil::unpack;
 
 struct DataTypeConversionFilterProbe {
     static const RealAudioBuffer* inBuffer(const DataTypeConversionFilter& f) { return f.inBuffer; }
@@ -25,25 +28,6 @@ namespace {
 
 using Probe = DataTypeConversionFilterProbe;
 using Bytes = std::vector<unsigned char>;
-using Samples = std::vector<int64_t>;
-
-Bytes pack(int bits, const Samples& samples) {
-    Bytes b(samples.size() * static_cast<size_t>(bits / 8));
-    for (size_t i = 0; i < samples.size(); ++i) {
-        unsigned char* p = b.data() + i * static_cast<size_t>(bits / 8);
-        bits == 16   ? pcm::write16(p, samples[i])
-        : bits == 24 ? pcm::write24(p, samples[i])
-                     : pcm::write32(p, samples[i]);
-    }
-    return b;
-}
-
-Samples unpack(int bits, const Bytes& b, int bytes) {
-    Samples v;
-    for (const unsigned char* p = b.data(); p + bits / 8 <= b.data() + bytes; p += bits / 8)
-        v.push_back(bits == 16 ? pcm::read16(p) : bits == 24 ? pcm::read24(p) : pcm::read32(p));
-    return v;
-}
 
 // Runs one block into an output area of exactly the result's size (plus
 // `extra`), marked with 0xEE so that unwritten bytes show; the input is an

@@ -3,12 +3,29 @@
 
 #include <gtest/gtest.h>
 #include <quorvex/AudioFilter.h>
+#include <quorvex/ParamBlocks.h>
 
+#include <cstdint>
+#include <cstring>
 #include <vector>
 
-namespace testing_filters {
+namespace testutil {
 
 using Bytes = std::vector<unsigned char>;
+
+// `b` with `value`'s bytes written at `offset`, the way a host fills a field.
+template <typename T>
+Bytes withField(Bytes b, int offset, const T& value) {
+    std::memcpy(&b[static_cast<size_t>(offset)], &value, sizeof value);
+    return b;
+}
+
+// An effect's block of `size` bytes: its magic, its enabled byte, zeros.
+inline Bytes effectBlock(uint32_t magic, int size, unsigned char enabled) {
+    Bytes b = withField(Bytes(static_cast<size_t>(size), 0), quorvex::kMagicOffset, magic);
+    b[quorvex::kEnabledOffset] = enabled;
+    return b;
+}
 
 // The stored block, read into a larger area whose tail must stay untouched.
 inline Bytes storedBlock(RealAudioFilter& f, unsigned long id, int size) {
@@ -47,6 +64,6 @@ Bytes bytesOf(const T& v) {
     return Bytes(p, p + sizeof v);
 }
 
-}  // namespace testing_filters
+}  // namespace testutil
 
 #endif

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace testing_filters {
+namespace testutil {
 
 // A stand-in filter that records what it was given. It copies its input
 // scaled by `gain`, each frame `repeat` times, or writes `emit`; it can
@@ -57,6 +57,6 @@ private:
     }
 };
 
-}  // namespace testing_filters
+}  // namespace testutil
 
 #endif

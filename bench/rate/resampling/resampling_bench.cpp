@@ -3,8 +3,6 @@
 #include <samplerate.h>
 #include <soxr.h>
 
-#include <time.h>
-
 #include <map>
 #include <utility>
 
@@ -16,35 +14,18 @@
 
 namespace {
 
-constexpr int kFrames = 1024;
+constexpr int kFrames = bench::kBlockFrames;
 
-class OurConverter {
-   public:
+// Our resampler with a block of the signal at `inRate`, 16-bit in and
+// 24-bit out.
+struct OurConverter {
     OurConverter(int inRate, int outRate)
-        : signal(bench::stereoSignal(kFrames, inRate)),
-          output(static_cast<size_t>(4 * kFrames) * outRate / inRate + 4),
-          filter(inRate, 16, outRate, 24),
-          in(signal.data(), 2 * kFrames, 2 * kFrames, inRate, 16),
-          out(output.data(), static_cast<int>(output.size()), 0, outRate, 24) {}
+        : filter(inRate, 16, outRate, 24),
+          block(filter, {inRate, 16}, static_cast<double>(outRate) / inRate) {}
 
-    void block() {
-        filter.process(&in, &out);
-        benchmark::DoNotOptimize(output.data());
-    }
-
-   private:
-    std::vector<double> signal;
-    std::vector<double> output;
     ReSamplingFilter filter;
-    RealAudioBuffer in;
-    RealAudioBuffer out;
+    bench::FilterBlock block;
 };
-
-double threadCpuSeconds() {
-    timespec now;
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
-}
 
 // Our frames per CPU second for each rate pair, as last measured.
 std::map<std::pair<int, int>, double>& ourRates() {
@@ -52,26 +33,20 @@ std::map<std::pair<int, int>, double>& ourRates() {
     return rates;
 }
 
-template <typename Block>
-double timedFramesPerSecond(benchmark::State& state, Block block) {
-    const double start = threadCpuSeconds();
-    for (auto _ : state) block();
-    return static_cast<double>(kFrames) * static_cast<double>(state.iterations()) /
-           (threadCpuSeconds() - start);
-}
-
 double ourFramesPerSecond(int inRate, int outRate) {
     auto found = ourRates().find({inRate, outRate});
     if (found != ourRates().end()) return found->second;
     OurConverter converter(inRate, outRate);
-    const double start = threadCpuSeconds();
+    const double start = bench::threadCpuSeconds();
     long blocks = 0;
-    for (; threadCpuSeconds() - start < 0.3; ++blocks) converter.block();
-    return ourRates()[{inRate, outRate}] = blocks * kFrames / (threadCpuSeconds() - start);
+    for (; bench::threadCpuSeconds() - start < 0.3; ++blocks) converter.block();
+    return ourRates()[{inRate, outRate}] = blocks * kFrames / (bench::threadCpuSeconds() - start);
 }
 
-void reportAgainstOurs(benchmark::State& state, int inRate, int outRate, double framesPerSecond) {
-    bench::reportFrames(state, kFrames, inRate);
+// A peer's blocks through the shared loop, with its speed against ours.
+template <typename Block>
+void runPeer(benchmark::State& state, int inRate, int outRate, Block block) {
+    const double framesPerSecond = bench::runBlocks(state, block, kFrames, inRate);
     state.counters["vs_quorvex"] = framesPerSecond / ourFramesPerSecond(inRate, outRate);
 }
 
@@ -79,8 +54,7 @@ void BM_ReSampling_quorvex(benchmark::State& state) {
     const int inRate = static_cast<int>(state.range(0));
     const int outRate = static_cast<int>(state.range(1));
     OurConverter converter(inRate, outRate);
-    ourRates()[{inRate, outRate}] = timedFramesPerSecond(state, [&] { converter.block(); });
-    bench::reportFrames(state, kFrames, inRate);
+    ourRates()[{inRate, outRate}] = bench::runBlocks(state, converter.block, kFrames, inRate);
 }
 
 void BM_ReSampling_soxr_hq(benchmark::State& state) {
@@ -96,15 +70,15 @@ void BM_ReSampling_soxr_hq(benchmark::State& state) {
         state.SkipWithError(error);
         return;
     }
-    const double framesPerSecond = timedFramesPerSecond(state, [&] {
+    runPeer(state, inRate, outRate, [&] {
         size_t consumed = 0;
         size_t produced = 0;
-        soxr_process(soxr, signal.data(), kFrames, &consumed, output.data(), output.size() / 2,
-                     &produced);
+        const soxr_error_t failed = soxr_process(soxr, signal.data(), kFrames, &consumed,
+                                                 output.data(), output.size() / 2, &produced);
         benchmark::DoNotOptimize(output.data());
+        return failed == nullptr;
     });
     soxr_delete(soxr);
-    reportAgainstOurs(state, inRate, outRate, framesPerSecond);
 }
 
 void libsamplerate(benchmark::State& state, int converterType) {
@@ -121,16 +95,16 @@ void libsamplerate(benchmark::State& state, int converterType) {
     }
     SRC_DATA data{};
     data.src_ratio = static_cast<double>(outRate) / inRate;
-    const double framesPerSecond = timedFramesPerSecond(state, [&] {
+    runPeer(state, inRate, outRate, [&] {
         data.data_in = signal.data();
         data.input_frames = kFrames;
         data.data_out = output.data();
         data.output_frames = static_cast<long>(output.size() / 2);
-        src_process(src, &data);
+        const int failed = src_process(src, &data);
         benchmark::DoNotOptimize(output.data());
+        return failed == 0;
     });
     src_delete(src);
-    reportAgainstOurs(state, inRate, outRate, framesPerSecond);
 }
 
 void BM_ReSampling_libsamplerate_best(benchmark::State& state) {

@@ -1,8 +1,11 @@
+#include <quorvex/ParamBlocks.h>
 #include <quorvex/UpSamplingFilter.h>
 
 #include "bench_util.h"
 
 namespace {
+
+namespace velmo_block = quorvex::velmo_block;
 
 enum Path { kOff, kCD, kMP3, kCD32, kMP332 };
 
@@ -10,28 +13,16 @@ enum Path { kOff, kCD, kMP3, kCD32, kMP332 };
 // high bands run only for 16-bit input at 48 kHz; every path is reported in
 // realtime at 44.1 kHz so the figures compare directly.
 void BM_UpSampling(benchmark::State& state, Path path) {
-    constexpr int kFrames = 1024;
-    constexpr unsigned long kId = 0x70564C43;
-
     UpSamplingFilter filter;
-    unsigned char block[20];
-    filter.getParamData(kId, block, sizeof block);
-    block[8] = path == kOff ? 0 : 1;
-    block[9] = (path == kMP3 || path == kMP332) ? 1 : 0;
-    filter.setParamData(kId, block, sizeof block);
+    bench::editBlock<velmo_block::kSize>(filter, velmo_block::kId, [&](unsigned char* block) {
+        block[velmo_block::kEnabled] = path == kOff ? 0 : 1;
+        block[velmo_block::kMp3Source] = (path == kMP3 || path == kMP332) ? 1 : 0;
+    });
     filter.setUseUpSampler32(path == kCD32 || path == kMP332);
     const int rate = (path == kCD32 || path == kMP332) ? 48000 : 44100;
 
-    std::vector<double> signal = bench::stereoSignal(kFrames, rate);
-    std::vector<double> outData(2 * signal.size());
-    RealAudioBuffer in(signal.data(), static_cast<int>(signal.size()),
-                       static_cast<int>(signal.size()), rate, 16);
-    RealAudioBuffer out(outData.data(), static_cast<int>(outData.size()), 0, rate, 16);
-    for (auto _ : state) {
-        filter.process(&in, &out);
-        benchmark::DoNotOptimize(outData.data());
-    }
-    bench::reportFrames(state, kFrames, 44100);
+    bench::FilterBlock block(filter, {rate, 16}, 2.0);
+    bench::runBlocks(state, block, bench::kBlockFrames, 44100);
 }
 BENCHMARK_CAPTURE(BM_UpSampling, Off, kOff);
 BENCHMARK_CAPTURE(BM_UpSampling, CD, kCD);

@@ -4,31 +4,33 @@
 
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <vector>
 
-#include "effects/common/RunBlock.h"
 #include "support/ParamBlock.h"
+#include "support/RunBlock.h"
 
-using testing_filters::Bytes;
-using testing_filters::storedBlock;
+namespace alc_block = quorvex::alc_block;
+using testutil::Bytes;
+using testutil::storedBlock;
+using testutil::withField;
 
 namespace {
 
-constexpr unsigned long kId = 0x70414C43;
+constexpr unsigned long kId = alc_block::kId;
+constexpr int kSize = alc_block::kSize;
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 using Blocks = std::vector<std::vector<double>>;
 
-Bytes block(int32_t mode, double recovery = 0.01 / 65536.0, unsigned char enabled = 1) {
-    Bytes b = {0x31, 0x4C, 0x41, 0x6D, enabled, 0, 0, 0};
-    b.resize(20);
-    std::memcpy(&b[8], &mode, 4);
-    std::memcpy(&b[12], &recovery, 8);
-    return b;
+Bytes block(int32_t mode, double recovery = alc_block::kDefaultRecovery,
+            unsigned char enabled = 1) {
+    const Bytes b = testutil::effectBlock(alc_block::kMagic, kSize, enabled);
+    return withField(withField(b, alc_block::kMode, mode), alc_block::kRecovery, recovery);
 }
 
-void configure(ALCFilter& f, const Bytes& b) { ASSERT_EQ(f.setParamData(kId, b.data(), 20), 20); }
+void configure(ALCFilter& f, const Bytes& b) {
+    ASSERT_EQ(f.setParamData(kId, b.data(), kSize), kSize);
+}
 
 std::vector<double> run(ALCFilter& f, const std::vector<double>& x) {
     return testutil::runBlock(f, x, 44100);
@@ -51,21 +53,21 @@ void expectBlocks(int32_t mode, double recovery, const Blocks& in, const Blocks&
 
 TEST(ALCFilter, ParameterBlockBoundaries) {
     ALCFilter f;
-    EXPECT_EQ(storedBlock(f, kId, 20), block(2, 1.52587890625e-07));
+    EXPECT_EQ(storedBlock(f, kId, kSize), block(2, 1.52587890625e-07));
     EXPECT_STREQ(f.getName(), "ALC");
-    testing_filters::expectBlockChecks(f, kId, 0x70455551, block(1, 0.5));
+    testutil::expectBlockChecks(f, kId, quorvex::equalizer_block::kId, block(1, 0.5));
     configure(f, block(1));
     run(f, {2.0, 0.0});  // gain falls to 0.5
-    const Bytes kept = storedBlock(f, kId, 20);
+    const Bytes kept = storedBlock(f, kId, kSize);
     const struct {
         int32_t mode;
         double recovery;
     } refused[] = {{0, 0.5}, {3, 0.5}, {-1, 0.5}, {2, -0.1}, {2, 1.5}, {2, kNaN}, {2, -1e-300}};
     for (const auto& r : refused)
-        EXPECT_EQ(f.setParamData(kId, block(r.mode, r.recovery).data(), 20), -1) << r.mode;
-    EXPECT_EQ(storedBlock(f, kId, 20), kept);
+        EXPECT_EQ(f.setParamData(kId, block(r.mode, r.recovery).data(), kSize), -1) << r.mode;
+    EXPECT_EQ(storedBlock(f, kId, kSize), kept);
     EXPECT_EQ(run(f, {0.5, 0.5}), (std::vector<double>{0.25, 0.25}));  // mode 1, gain 0.5 kept
-    for (double r : {0.0, 1.0}) EXPECT_EQ(f.setParamData(kId, block(1, r).data(), 20), 20);
+    for (double r : {0.0, 1.0}) EXPECT_EQ(f.setParamData(kId, block(1, r).data(), kSize), kSize);
 }
 
 // Linked (2): the louder channel of a frame lands on full scale and the gain
@@ -77,9 +79,9 @@ TEST(ALCFilter, DocumentedExamples) {
     expectBlocks(2, 0.01, {{0.5, 0.5, 4.0, 0.0}, {0.5, 0.5}},
                  {{0.5, 0.5, 1.0, 0.0}, {0.5 * (0.25 + 4 * 0.01), 0.5 * (0.25 + 4 * 0.01)}});
     expectBlocks(2, 0.01, {{2.0, 0.5, 0.5, -4.0}}, {{1.0, 0.25, 0.125, -1.0}});
-    expectBlocks(
-        2, 0.01, {{2.0, 0.0, 0.5, 0.5, 3.0}, {0.5, 0.5}},
-        {{1.0, 0.0, 0.25, 0.25, -123.0}, {0.5 * (0.5 + 5 * 0.01), 0.5 * (0.5 + 5 * 0.01)}});
+    expectBlocks(2, 0.01, {{2.0, 0.0, 0.5, 0.5, 3.0}, {0.5, 0.5}},
+                 {{1.0, 0.0, 0.25, 0.25, testutil::kSentinel},
+                  {0.5 * (0.5 + 5 * 0.01), 0.5 * (0.5 + 5 * 0.01)}});
     expectBlocks(2, 0.0, {{8.0, 0.0}, {0.5, 0.5, 0.5, 0.5}},
                  {{1.0, 0.0}, {0.0625, 0.0625, 0.0625, 0.0625}});
     const double peak = 1.0 / 0.9999, overshoot = 1.0 / peak + 4 * 1e-4;

@@ -3,33 +3,37 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
 #include <vector>
 
-#include "effects/common/RunBlock.h"
 #include "effects/equalizer/EqualizerTables.h"
 #include "support/ParamBlock.h"
+#include "support/RunBlock.h"
+#include "support/Signals.h"
 
-using testing_filters::Bytes;
-using testing_filters::storedBlock;
+namespace equalizer_block = quorvex::equalizer_block;
+using testutil::Bytes;
 using testutil::runBlock;
+using testutil::storedBlock;
 
 namespace {
 
-constexpr unsigned long kId = 0x70455551;
+constexpr unsigned long kId = equalizer_block::kId;
+constexpr int kSize = equalizer_block::kSize;
 
 Bytes gains(std::vector<double> bandGains, unsigned char enabled = 1) {
-    Bytes b = {0x32, 0x70, 0x45, 0x6D, enabled, 0, 0, 0};
-    b.resize(92);
-    bandGains.resize(10, 0.0);
-    std::memcpy(&b[8], bandGains.data(), 80);
+    Bytes b = testutil::effectBlock(equalizer_block::kMagic, kSize, enabled);
+    bandGains.resize(equalizer_block::kBands, 0.0);
+    std::memcpy(&b[equalizer_block::gainOffset(0)], bandGains.data(),
+                bandGains.size() * sizeof(double));
     return b;
 }
 
 void configure(EqualizerFilter& f, const Bytes& b) {
-    ASSERT_EQ(f.setParamData(kId, b.data(), 92), 92);
+    ASSERT_EQ(f.setParamData(kId, b.data(), kSize), kSize);
 }
 
 // Level change in dB of a 1 kHz sine at 44.1 kHz once the sections have settled.
@@ -62,18 +66,17 @@ const Table kTables[] = {{44100, gEQ_Coeff44k_A, gEQ_Coeff44k_B, 525},
 TEST(EqualizerFilter, ParameterBlockBoundaries) {
     EqualizerFilter f;
     Bytes expected = gains({}, 0);
-    expected[89] = expected[90] = expected[91] = 0xEE;
-    EXPECT_EQ(storedBlock(f, kId, 92), expected);
-    testing_filters::expectBlockChecks(f, kId, 0x70414C43, gains({0, 0, 0, 0.5}));
+    std::fill(expected.begin() + equalizer_block::kStoredBytes, expected.end(), 0xEE);
+    EXPECT_EQ(storedBlock(f, kId, kSize), expected);
+    testutil::expectBlockChecks(f, kId, quorvex::alc_block::kId, gains({0, 0, 0, 0.5}));
     configure(f, gains({1.0, 0, 0, 0, 0, 0, 0, 0, 0, -1.0}));
-    const Bytes kept = storedBlock(f, kId, 92);
+    const Bytes kept = storedBlock(f, kId, kSize);
     for (double g : {1.0000001, -1.0000001, std::numeric_limits<double>::quiet_NaN(), HUGE_VAL})
-        for (size_t at : {8, 48, 80}) {
-            Bytes b = gains({});
-            std::memcpy(&b[at], &g, 8);
-            EXPECT_EQ(f.setParamData(kId, b.data(), 92), -1) << g << " " << at;
+        for (int band : {0, 5, 9}) {
+            const Bytes b = testutil::withField(gains({}), equalizer_block::gainOffset(band), g);
+            EXPECT_EQ(f.setParamData(kId, b.data(), kSize), -1) << g << " " << band;
         }
-    EXPECT_EQ(storedBlock(f, kId, 92), kept);
+    EXPECT_EQ(storedBlock(f, kId, kSize), kept);
 }
 
 TEST(EqualizerTables, MatchTheGeneratorAndPrintedValues) {

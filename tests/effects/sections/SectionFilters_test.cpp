@@ -11,29 +11,43 @@
 #include <tuple>
 #include <vector>
 
-#include "effects/common/RunBlock.h"
 #include "support/ParamBlock.h"
+#include "support/RunBlock.h"
+#include "support/Signals.h"
 
-using testing_filters::Bytes;
-using testing_filters::storedBlock;
+namespace hpeq_block = quorvex::hpeq_block;
+namespace personalizer_block = quorvex::personalizer_block;
+using testutil::Bytes;
 using testutil::runBlock;
+using testutil::storedBlock;
 
 namespace {
 
 struct Set {
     double a0, a1, a2, b0, b1, b2;
 };
+static_assert(sizeof(Set) == quorvex::coefficient_set::kSize);
 constexpr Set kIdentity = {0, 0, 0, 1, 0, 0};
 constexpr Set kTwice = {0, 0, 0, 2, 0, 0};
-constexpr unsigned long kHpeq = 0x70504143, kPersonalizer = 0x70554143;
+constexpr unsigned long kHpeq = hpeq_block::kId, kPersonalizer = personalizer_block::kId;
+
+// Where each filter's sets lie; the sets run on to the end of the block.
+struct Layout {
+    uint32_t magic;
+    int size, firstSet;
+};
+constexpr Layout kHpeqLayout = {hpeq_block::kMagic, hpeq_block::kSize,
+                                hpeq_block::sectionOffset(0)};
+constexpr Layout kPersonalizerLayout = {personalizer_block::kMagic, personalizer_block::kSize,
+                                        personalizer_block::kLeft};
+
+const Layout& layoutOf(unsigned long id) { return id == kHpeq ? kHpeqLayout : kPersonalizerLayout; }
 
 Bytes block(unsigned long id, std::vector<Set> sets, unsigned char enabled = 1) {
-    const bool hpeq = id == kHpeq;
-    Bytes b = {0x31, static_cast<unsigned char>(hpeq ? 0x41 : 0x61),
-               static_cast<unsigned char>(hpeq ? 0x50 : 0x55), 0x6D, enabled, 0, 0, 0};
-    sets.resize(hpeq ? 3 : 2, kIdentity);
-    b.resize(8 + 48 * sets.size());
-    std::memcpy(&b[8], sets.data(), 48 * sets.size());
+    const Layout& layout = layoutOf(id);
+    Bytes b = testutil::effectBlock(layout.magic, layout.size, enabled);
+    sets.resize((layout.size - layout.firstSet) / sizeof(Set), kIdentity);
+    std::memcpy(&b[layout.firstSet], sets.data(), sizeof(Set) * sets.size());
     return b;
 }
 
@@ -63,12 +77,12 @@ TEST(SectionFilters, ParameterBlockBoundaries) {
         const Bytes defaults = block(id, {}, 0);
         EXPECT_EQ(storedBlock(*f, id, static_cast<int>(defaults.size())), defaults);
         Bytes kept = block(id, {kTwice});
-        kept[6] = 0x42;
-        testing_filters::expectBlockChecks(*f, id, other, kept);
-        for (size_t at = 8; at < kept.size(); at += 8) {
+        kept[quorvex::kEnabledOffset + 2] = 0x42;  // padding
+        testutil::expectBlockChecks(*f, id, other, kept);
+        for (int at = layoutOf(id).firstSet; at < static_cast<int>(kept.size());
+             at += static_cast<int>(sizeof(double))) {
             for (double v : {1000.0, -1000.0, 1000.001, -1000.5, std::nan("")}) {
-                Bytes b = kept;
-                std::memcpy(&b[at], &v, 8);
+                const Bytes b = testutil::withField(kept, at, v);
                 EXPECT_EQ(set(*f, id, b), std::fabs(v) <= 1000.0 ? int(b.size()) : -1) << at << v;
             }
             ASSERT_EQ(set(*f, id, kept), static_cast<int>(kept.size()));
@@ -83,8 +97,9 @@ TEST(SectionFilters, FollowTheSectionRecurrenceBitForBit) {
                          {-1000, 0.1, 0.05, 0.9, 0.11, 0.02}};
     HPEQFilter hpeq;
     PersonalizeFilter personalizer;
-    ASSERT_EQ(set(hpeq, kHpeq, block(kHpeq, {sets[0], sets[1], sets[2]})), 152);
-    ASSERT_EQ(set(personalizer, kPersonalizer, block(kPersonalizer, {sets[0], sets[1]})), 104);
+    ASSERT_EQ(set(hpeq, kHpeq, block(kHpeq, {sets[0], sets[1], sets[2]})), hpeq_block::kSize);
+    ASSERT_EQ(set(personalizer, kPersonalizer, block(kPersonalizer, {sets[0], sets[1]})),
+              personalizer_block::kSize);
     const std::vector<double> x = testutil::noise(400);
     const std::vector<double> y3 = runBlock(hpeq, x, 88200), y1 = runBlock(personalizer, x, 96000);
     double d3[3][2][2] = {}, d1[2][2] = {};
@@ -102,16 +117,16 @@ TEST(SectionFilters, FollowTheSectionRecurrenceBitForBit) {
 // pass bit for bit.
 TEST(SectionFilters, ImpulseSharedStateDisabledAndCapacity) {
     HPEQFilter first;
-    ASSERT_EQ(set(first, kHpeq, block(kHpeq, {{0, 0.5, 0, 1, 0, 0}})), 152);
+    ASSERT_EQ(set(first, kHpeq, block(kHpeq, {{0, 0.5, 0, 1, 0, 0}})), hpeq_block::kSize);
     EXPECT_EQ(runBlock(first, {1, 0, 0, 0, 0, 0}, 96000),
               (std::vector<double>{1, 0, 0.5, 0, 0.25, 0}));
-    ASSERT_EQ(set(first, kHpeq, block(kHpeq, {kTwice})), 152);
+    ASSERT_EQ(set(first, kHpeq, block(kHpeq, {kTwice})), hpeq_block::kSize);
     EXPECT_EQ(runBlock(first, {1.0, 1.0}, 96000), (std::vector<double>{2.0, 2.0}));
     HPEQFilter second;
     EXPECT_EQ(runBlock(first, {1.0, 1.0}, 96000), (std::vector<double>{1.0, 1.0}));
     first.reset();
     EXPECT_EQ(runBlock(first, {1.0, 1.0}, 96000), (std::vector<double>{2.0, 2.0}));
-    ASSERT_EQ(set(second, kHpeq, block(kHpeq, {{0, 0, 0, -1, 0, 0}}, 0)), 152);
+    ASSERT_EQ(set(second, kHpeq, block(kHpeq, {{0, 0, 0, -1, 0, 0}}, 0)), hpeq_block::kSize);
     EXPECT_EQ(runBlock(first, {1.0, 1.0}, 96000), (std::vector<double>{-1.0, -1.0}));
     const std::vector<double> x = {3.0, -2.0, 0.75, 1e-300, -0.0, 9.0, 0.5};
     for (int rate : {44100, 48000, 32000})
@@ -120,13 +135,14 @@ TEST(SectionFilters, ImpulseSharedStateDisabledAndCapacity) {
     testutil::expectCapacityChecked(first, 96000);
 
     PersonalizeFilter left;
-    ASSERT_EQ(set(left, kPersonalizer, block(kPersonalizer, {kTwice})), 104);
+    ASSERT_EQ(set(left, kPersonalizer, block(kPersonalizer, {kTwice})), personalizer_block::kSize);
     EXPECT_EQ(runBlock(left, {1.0, 1.0}, 88200), (std::vector<double>{2.0, 1.0}));
     PersonalizeFilter right;
     EXPECT_EQ(runBlock(left, {1.0, 1.0}, 88200), (std::vector<double>{1.0, 1.0}));
     left.reset();
     EXPECT_EQ(runBlock(left, {1.0, 1.0}, 88200), (std::vector<double>{2.0, 1.0}));
-    ASSERT_EQ(set(right, kPersonalizer, block(kPersonalizer, {kIdentity, kTwice}, 0)), 104);
+    ASSERT_EQ(set(right, kPersonalizer, block(kPersonalizer, {kIdentity, kTwice}, 0)),
+              personalizer_block::kSize);
     EXPECT_EQ(runBlock(left, {1.0, 1.0}, 88200), (std::vector<double>{1.0, 2.0}));
     for (int rate : {44100, 48000}) EXPECT_TRUE(testutil::sameBits(runBlock(left, x, rate), x));
     EXPECT_TRUE(testutil::sameBits(runBlock(right, x, 96000), x));

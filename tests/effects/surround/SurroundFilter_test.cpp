@@ -10,20 +10,25 @@
 #include <limits>
 #include <vector>
 
-#include "effects/common/RunBlock.h"
 #include "support/ParamBlock.h"
+#include "support/RunBlock.h"
+#include "support/Signals.h"
 
-using testing_filters::Bytes;
-using testing_filters::bytesOf;
-using testing_filters::storedBlock;
+namespace surround_block = quorvex::surround_block;
+using testutil::Bytes;
+using testutil::bytesOf;
+using testutil::storedBlock;
 
 namespace {
 
-constexpr unsigned long kId = 0x70535252;
-constexpr int kSize = 112;
+constexpr unsigned long kId = surround_block::kId;
+constexpr int kSize = surround_block::kSize;
+constexpr int32_t kAllStages = surround_block::kHall | surround_block::kNatural |
+                               surround_block::kLive | surround_block::kWide |
+                               surround_block::kEcho | surround_block::k3d;
 constexpr SurroundConfigParams kDefaults = {
-    0x6D535235, false, {0, 0, 0}, 1, 4228, 3854, 2730, 0.7, 0.8, 0.5, 0.5, 0.5, 0.5, 0.5, 0.5,
-    0.5,        0.7,   0.3333};
+    surround_block::kMagic, false, {0, 0, 0}, 1, 4228, 3854, 2730, 0.7, 0.8, 0.5, 0.5, 0.5, 0.5,
+    0.5, 0.5, 0.5, 0.7, 0.3333};
 
 void configure(SurroundFilter& f, int emode) {
     SurroundConfigParams p = kDefaults;
@@ -62,8 +67,8 @@ TEST(SurroundFilter, ParameterBlockBoundaries) {
     const Bytes base = bytesOf(kDefaults);
     EXPECT_EQ(storedBlock(f, kId, kSize), base);
     Bytes echo = base;
-    echo[4] = 1;
-    testing_filters::expectBlockChecks(f, kId, 0x70414C43, echo);
+    echo[quorvex::kEnabledOffset] = 1;
+    testutil::expectBlockChecks(f, kId, quorvex::alc_block::kId, echo);
     auto check = [&](size_t at, const void* value, size_t size, bool ok) {
         Bytes b = base;
         std::memcpy(&b[at], value, size);
@@ -71,20 +76,23 @@ TEST(SurroundFilter, ParameterBlockBoundaries) {
         EXPECT_EQ(storedBlock(f, kId, kSize), ok ? b : echo) << at;
         ASSERT_EQ(f.setParamData(kId, echo.data(), kSize), kSize);
     };
-    const int32_t maxLength[3] = {8456, 7708, 5460};
+    const int32_t maxLength[3] = {surround_block::kHallM1Max, surround_block::kHallM2Max,
+                                  surround_block::kHallM3Max};
+    const int32_t minLength = surround_block::kHallLengthMin;
     for (size_t k = 0; k < 3; ++k)
-        for (int32_t m : {17, maxLength[k], 16, maxLength[k] + 1, -17})
-            check(offsetof(SurroundConfigParams, hall_m1) + 4 * k, &m, 4,
-                  m >= 17 && m <= maxLength[k]);
+        for (int32_t m : {minLength, maxLength[k], minLength - 1, maxLength[k] + 1, -minLength})
+            check(offsetof(SurroundConfigParams, hall_m1) + sizeof m * k, &m, sizeof m,
+                  m >= minLength && m <= maxLength[k]);
     for (size_t k = 0; k < 11; ++k)
         for (double g : {0.0, 1.0, 1.0000001, -0.1, std::numeric_limits<double>::quiet_NaN()})
-            check(offsetof(SurroundConfigParams, hall_ga1) + 8 * k, &g, 8, g >= 0.0 && g <= 1.0);
+            check(offsetof(SurroundConfigParams, hall_ga1) + sizeof g * k, &g, sizeof g,
+                  g >= 0.0 && g <= 1.0);
 }
 
 TEST(SurroundFilter, EchoImpulse) {
     for (int rate : {44100, 48000, 88200, 96000}) {
         SurroundFilter f;
-        configure(f, 0x10);
+        configure(f, surround_block::kEcho);
         const int delay = rate < 80000 ? 2048 : 4096;
         const std::vector<double> y = run(f, impulse(2 * delay + 1), rate);
         EXPECT_EQ(y[0], 0.925);
@@ -99,7 +107,7 @@ TEST(SurroundFilter, EchoImpulse) {
 // The live stage is silent until its combs: right at 2048 frames, left at 2512.
 TEST(SurroundFilter, LiveStageOnset) {
     SurroundFilter f;
-    configure(f, 0x04);
+    configure(f, surround_block::kLive);
     const std::vector<double> y = run(f, impulse(2600), 48000);
     for (int i = 0; i < 2600; ++i) {
         EXPECT_EQ(y[2 * i + 1], i == 2048 ? 1.0 : 0.0) << i;
@@ -114,7 +122,7 @@ TEST(SurroundFilter, TwoBlocksOfOneHundredFramesEqualOneOfTwoHundred) {
     const std::vector<double> x = testutil::noise(200);
     const size_t bytes = x.size() * sizeof(double);
     SurroundFilter f;
-    configure(f, 0x3F);
+    configure(f, kAllStages);
     const pid_t child = fork();
     if (child == 0) {
         const std::vector<double> y = run(f, x, 44100, 100);
@@ -146,14 +154,14 @@ TEST(SurroundFilter, ToneShapingHistoryOutlivesReset) {
 // each keeps its own block and switch; a disabled one passes bit for bit.
 TEST(SurroundFilter, SharedStagesDisabledAndCapacity) {
     SurroundFilter a;
-    configure(a, 0x10);
+    configure(a, surround_block::kEcho);
     const Bytes echo = storedBlock(a, kId, kSize);
     SurroundFilter b;
     EXPECT_EQ(storedBlock(a, kId, kSize), echo);
     const std::vector<double> x = impulse(300, 1.0, 0.25);
     const std::vector<double> hallFromA = run(a, x);
     EXPECT_TRUE(testutil::sameBits(run(b, x), x));
-    configure(b, 1);
+    configure(b, surround_block::kHall);
     EXPECT_EQ(run(b, x), hallFromA);
     a.reset();
     EXPECT_EQ(run(a, x)[0], 0.925);

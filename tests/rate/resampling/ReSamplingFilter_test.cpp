@@ -10,10 +10,11 @@
 #include <vector>
 
 #include "rate/resampling/ReSamplingState.h"
+#include "support/RunBlock.h"
+
+using testutil::kSentinel;
 
 namespace {
-
-constexpr double kSentinel = -123.0;
 
 // Output k is the defining sum over the inputs within 4096 intermediate
 // samples of k x down, input frame f sitting at (f + 4096 / up) x up.

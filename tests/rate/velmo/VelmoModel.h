@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <random>
 #include <vector>
 
 #include "rate/velmo/VelmoTables.h"
@@ -90,14 +89,6 @@ struct Enhancer {
         return y;
     }
 };
-
-inline std::vector<double> noise(std::size_t doubles, unsigned seed) {
-    std::mt19937 gen(seed);
-    std::uniform_real_distribution<double> u(-0.5, 0.5);
-    std::vector<double> v(doubles);
-    for (double& s : v) s = u(gen);
-    return v;
-}
 
 }  // namespace velmo_model
 

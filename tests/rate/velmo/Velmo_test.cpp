@@ -3,25 +3,26 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstring>
 #include <vector>
 
 #include "rate/velmo/VelmoModel.h"
 #include "rate/velmo/VelmoTables.h"
 #include "support/ParamBlock.h"
+#include "support/RunBlock.h"
+#include "support/Signals.h"
 
-using testing_filters::Bytes;
+namespace velmo_block = quorvex::velmo_block;
+using testutil::Bytes;
+using testutil::uniformNoise;
+using testutil::withField;
 using namespace velmo_model;
 
 namespace {
 
-constexpr unsigned long kId = 0x70564C43;
+constexpr unsigned long kId = velmo_block::kId;
+constexpr int kSize = velmo_block::kSize;
 
-Bytes put(Bytes b, int offset, uint32_t v) {
-    std::memcpy(&b[static_cast<size_t>(offset)], &v, 4);
-    return b;
-}
-Bytes stored(UpSamplingFilter& f) { return testing_filters::storedBlock(f, kId, 20); }
+Bytes stored(UpSamplingFilter& f) { return testutil::storedBlock(f, kId, kSize); }
 
 // One block refused by an output one double too small, then run into exactly
 // its size and compared frame by frame with the model's kernel behind
@@ -31,13 +32,9 @@ void expectModel(UpSamplingFilter& f, Enhancer& model, Kernel kernel, Biquad* se
     std::vector<double> y(2 * x.size() + 1, -7.0);
     RealAudioBuffer in(x.data(), static_cast<int>(x.size()), static_cast<int>(x.size()), rate,
                        bits);
-    RealAudioBuffer out(y.data(), static_cast<int>(2 * x.size()) - 1, 7, 0, 0);
-    ASSERT_EQ(f.process(&in, &out), -1);  // too small: nothing written, nothing taken in
-    EXPECT_EQ(out.length, 7);
-    EXPECT_EQ(y[0], -7.0);
-    out.capacity += 1;
-    ASSERT_EQ(f.process(&in, &out), 0);
-    EXPECT_EQ(out.length, static_cast<int>(2 * x.size()));
+    RealAudioBuffer out(y.data(), 0, 0, 0, 0);
+    ASSERT_NO_FATAL_FAILURE(
+        testutil::expectRefusedUntilExact(f, in, out, static_cast<int>(2 * x.size())));
     EXPECT_EQ(out.sampleRate, 2 * rate);
     EXPECT_EQ(out.bitsPerSample, 24);
     for (std::size_t i = 0; i + 1 < x.size(); i += 2) {
@@ -81,13 +78,13 @@ TEST(UpSamplingFilterProcess, EveryPathMatchesTheModelBitForBit) {
     Enhancer model;
     for (const auto& c : cases) {
         f.setUseUpSampler32(c.use32);
-        Bytes block = put(stored(f), 12, c.mode);
-        block[8] = c.on;
-        block[9] = c.mp3;
+        Bytes block = withField(stored(f), velmo_block::kMode, c.mode);
+        block[velmo_block::kEnabled] = c.on;
+        block[velmo_block::kMp3Source] = c.mp3;
         if (block != stored(f)) model.init();
-        ASSERT_EQ(f.setParamData(kId, block.data(), 20), 20);
+        ASSERT_EQ(f.setParamData(kId, block.data(), kSize), kSize);
         for (unsigned n : {75, 100})
-            expectModel(f, model, c.kernel, c.section, noise(n, n), c.rate, c.bits);
+            expectModel(f, model, c.kernel, c.section, uniformNoise(n, n), c.rate, c.bits);
     }
 }
 
@@ -95,20 +92,31 @@ TEST(UpSamplingFilterParams, DefaultBlockAndBoundaries) {
     UpSamplingFilter f;
     EXPECT_STREQ(f.getName(), "Velmo");
     const Bytes defaults = stored(f);
-    EXPECT_EQ(defaults, (Bytes{0x43, 0x4C, 0x56, 0x6D, 20, 0, 0,    0,    0,    0,
-                               0,    0,    1,    0,    0,  0, 0x6D, 0x56, 0x4C, 0x43}));
+    Bytes expected(kSize, 0);
+    expected = withField(expected, quorvex::kMagicOffset, velmo_block::kMagic);
+    expected = withField(expected, velmo_block::kBlockSize, uint32_t{kSize});
+    expected = withField(expected, velmo_block::kMode, velmo_block::kModeSuper);
+    expected = withField(expected, velmo_block::kEndMagicOffset, velmo_block::kEndMagic);
+    EXPECT_EQ(defaults, expected);
     const struct {
         int offset;
         uint32_t value;
         int result;
-    } cases[] = {{4, 24, -1}, {16, 0x6D564C43, -1}, {12, 0, -1}, {12, 3, -1},
-                 {12, 2, 20}, {12, 1, 20},          {4, 20, 20}};
+    } cases[] = {{velmo_block::kBlockSize, kSize + 4, -1},
+                 {velmo_block::kEndMagicOffset, velmo_block::kMagic, -1},
+                 {velmo_block::kMode, 0, -1},
+                 {velmo_block::kMode, 3, -1},
+                 {velmo_block::kMode, velmo_block::kModeFine, kSize},
+                 {velmo_block::kMode, velmo_block::kModeSuper, kSize},
+                 {velmo_block::kBlockSize, kSize, kSize}};
     for (const auto& c : cases) {
-        const Bytes before = stored(f), block = put(defaults, c.offset, c.value);
-        EXPECT_EQ(f.setParamData(kId, block.data(), 20), c.result) << c.offset << " " << c.value;
+        const Bytes before = stored(f), block = withField(defaults, c.offset, c.value);
+        EXPECT_EQ(f.setParamData(kId, block.data(), kSize), c.result)
+            << c.offset << " " << c.value;
         EXPECT_EQ(stored(f), c.result < 0 ? before : block) << c.offset << " " << c.value;
     }
-    testing_filters::expectBlockChecks(f, kId, kId + 1, put(defaults, 12, 2));
+    testutil::expectBlockChecks(f, kId, kId + 1,
+                                withField(defaults, velmo_block::kMode, uint32_t{2}));
 }
 
 // Enabled at 32 kHz the filter interpolates plainly, on a line that a reset
@@ -119,21 +127,25 @@ TEST(UpSamplingFilterParams, OnlyARealChangeResets) {
         int offset;
         unsigned char value;
         bool resets;
-    } steps[] = {{8, 1, true},     {10, 0xFF, false}, {8, 2, true} /* still on, yet a change */,
-                 {8, 2, false},    {9, 1, true},      {12, 2, true},
-                 {11, 0xFF, false}};
+    } steps[] = {{velmo_block::kEnabled, 1, true},
+                 {velmo_block::kReserved, 0xFF, false},
+                 {velmo_block::kEnabled, 2, true} /* still on, yet a change */,
+                 {velmo_block::kEnabled, 2, false},
+                 {velmo_block::kMp3Source, 1, true},
+                 {velmo_block::kMode, 2, true},
+                 {velmo_block::kReserved + 1, 0xFF, false}};
     UpSamplingFilter f;
     Enhancer model;
     Bytes block = stored(f), kept = block;
     unsigned seed = 0;
     for (const auto& s : steps) {
         block[s.offset] = s.value;
-        EXPECT_EQ(f.setParamData(kId, block.data(), 20), 20);
+        EXPECT_EQ(f.setParamData(kId, block.data(), kSize), kSize);
         if (s.resets) kept = block, model.init();
         EXPECT_EQ(stored(f), kept) << s.offset;
-        expectModel(f, model, kOff, nullptr, noise(64, ++seed), 32000, 16);
+        expectModel(f, model, kOff, nullptr, uniformNoise(64, ++seed), 32000, 16);
     }
     f.reset();
     model.init();
-    expectModel(f, model, kOff, nullptr, noise(64, ++seed), 32000, 16);
+    expectModel(f, model, kOff, nullptr, uniformNoise(64, ++seed), 32000, 16);
 }

@@ -1,20 +1,22 @@
-#ifndef QUORVEX_TESTS_EFFECTS_COMMON_RUNBLOCK_H
-#define QUORVEX_TESTS_EFFECTS_COMMON_RUNBLOCK_H
+#ifndef QUORVEX_TESTS_SUPPORT_RUNBLOCK_H
+#define QUORVEX_TESTS_SUPPORT_RUNBLOCK_H
 
 #include <quorvex/AudioFilter.h>
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstring>
 #include <vector>
 
 namespace testutil {
 
+// Fills output areas so that a double the filter did not write shows.
+inline constexpr double kSentinel = -123.0;
+
 // Runs one block through an effect and returns the output doubles; checks
 // that the effect kept the input's length and format and wrote nothing past it.
 inline std::vector<double> runBlock(RealAudioFilter& f, std::vector<double> x, int sampleRate) {
-    std::vector<double> y(x.size() + 1, -123.0);
+    std::vector<double> y(x.size() + 1, kSentinel);
     RealAudioBuffer in(x.data(), static_cast<int>(x.size()), static_cast<int>(x.size()), sampleRate,
                        24);
     RealAudioBuffer out(y.data(), static_cast<int>(y.size()), 0, 0, 0);
@@ -22,20 +24,9 @@ inline std::vector<double> runBlock(RealAudioFilter& f, std::vector<double> x, i
     EXPECT_EQ(out.length, static_cast<int>(x.size()));
     EXPECT_EQ(out.sampleRate, sampleRate);
     EXPECT_EQ(out.bitsPerSample, 24);
-    EXPECT_EQ(y.back(), -123.0);
+    EXPECT_EQ(y.back(), kSentinel);
     y.pop_back();
     return y;
-}
-
-// A deterministic wide-band stereo signal within +-0.9.
-inline std::vector<double> noise(int frames) {
-    std::vector<double> v(2 * static_cast<size_t>(frames));
-    unsigned state = 12345u;
-    for (double& s : v) {
-        state = state * 1664525u + 1013904223u;
-        s = (static_cast<double>(state >> 8) / 16777216.0 - 0.5) * 1.8;
-    }
-    return v;
 }
 
 // Equal bit for bit, -0.0 and NaN payloads included.
@@ -56,6 +47,22 @@ inline void expectCapacityChecked(RealAudioFilter& f, int sampleRate) {
     RealAudioBuffer exact(y.data(), 4, 0, 0, 0);
     EXPECT_EQ(f.process(&in, &exact), 0);
     EXPECT_EQ(exact.length, 4);
+}
+
+// For a filter whose block makes `needed` doubles: an output one double
+// short refuses it, writing nothing and taking nothing in, and one of
+// exactly `needed` then takes it. `out` is left holding the result.
+inline void expectRefusedUntilExact(RealAudioFilter& f, RealAudioBuffer& in, RealAudioBuffer& out,
+                                    int needed) {
+    const double first = out.data[0];
+    out.capacity = needed - 1;
+    out.length = 7;
+    ASSERT_EQ(f.process(&in, &out), -1);
+    EXPECT_EQ(out.length, 7);
+    EXPECT_EQ(out.data[0], first);
+    out.capacity = needed;
+    ASSERT_EQ(f.process(&in, &out), 0);
+    EXPECT_EQ(out.length, needed);
 }
 
 }  // namespace testutil
