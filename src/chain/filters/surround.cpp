@@ -48,8 +48,11 @@ BuiltFilter build(const Settings& settings, const StreamFormat& input) {
     return {std::move(surround), input};
 }
 
-Parameter strength(const char* key, const char* help) {
-    return numberParam(key, kGainMin, kGainMax, "", "0.5", help);
+Parameter gain(const char* key, const char* defaultValue, const char* help) {
+    return numberParam(key, kGainMin, kGainMax, "", defaultValue, help);
+}
+
+Parameter strength(const char* key, const char* help) { return gain(key, "0.5", help);
 }
 
 // Each all-pass length defaults to half its maximum.
@@ -78,9 +81,9 @@ FilterEntry surroundEntry() {
                                "first hall all-pass length at 88.2/96 kHz, halved at 44.1/48 kHz"),
                     hallLength("hall-len2", kHallM2Max, "second hall all-pass length"),
                     hallLength("hall-len3", kHallM3Max, "third hall all-pass length"),
-                    numberParam("hall-ap1", 0.0, 1.0, "", "0.7", "all-pass gain of the hall's first pass"),
-                    numberParam("hall-ap2", 0.0, 1.0, "", "0.8", "all-pass gain of the hall's second pass"),
-                    numberParam("3d-ap", 0.0, 1.0, "", "0.7", "all-pass gain of the 3D stage"),
+                    gain("hall-ap1", "0.7", "all-pass gain of the hall's first pass"),
+                    gain("hall-ap2", "0.8", "all-pass gain of the hall's second pass"),
+                    gain("3d-ap", "0.7", "all-pass gain of the 3D stage"),
                 },
             },
             build};
