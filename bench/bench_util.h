@@ -20,8 +20,8 @@ inline constexpr int kBlockFrames = 1024;
 // Reports input frames per second and the realtime factor at `sampleRate`
 // (frames per second / sampleRate) as counters.
 inline void reportFrames(benchmark::State& state, long framesPerIteration, int sampleRate) {
-    const double frames = static_cast<double>(framesPerIteration) *
-                          static_cast<double>(state.iterations());
+    const double frames =
+        static_cast<double>(framesPerIteration) * static_cast<double>(state.iterations());
     state.counters["frames_per_s"] = benchmark::Counter(frames, benchmark::Counter::kIsRate);
     state.counters["realtime_x"] =
         benchmark::Counter(frames / sampleRate, benchmark::Counter::kIsRate);

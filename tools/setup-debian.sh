@@ -4,7 +4,7 @@
 set -eu
 
 packages="g++ clang cmake ninja-build pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
-libsndfile1-dev sox libsoxr-dev libsamplerate0-dev"
+libsndfile1-dev sox libsoxr-dev libsamplerate0-dev clang-format"
 
 missing=""
 for p in $packages; do

@@ -57,8 +57,8 @@ int main() {
         if (bytes != static_cast<int>(out.size())) return 1;
         total += bytes;
     }
-    std::printf("%s: %d bytes of 24-bit 88.2 kHz PCM from 4 blocks of %d frames\n",
-                chain.getName(), total, frames);
+    std::printf("%s: %d bytes of 24-bit 88.2 kHz PCM from 4 blocks of %d frames\n", chain.getName(),
+                total, frames);
 
     // The host deletes the adapter and the chain before the filters they wrap;
     // here that is the reverse order of declaration.

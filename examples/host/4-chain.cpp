@@ -37,7 +37,8 @@ int main() {
             size = std::min(size, rate - done);
             block.resize(2 * static_cast<size_t>(size));
             for (int f = 0; f < size; ++f)
-                block[2 * f] = block[2 * f + 1] = 0.5 * std::sin(2.0 * M_PI * 1000.0 * (done + f) / rate);
+                block[2 * f] = block[2 * f + 1] =
+                    0.5 * std::sin(2.0 * M_PI * 1000.0 * (done + f) / rate);
             runner.write(block.data(), size);
         }
         runner.finish();

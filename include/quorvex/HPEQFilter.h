@@ -15,9 +15,9 @@ struct PhoneAdaptationConfigParams {
     struct CoefficientSet {
         double a0, a1, a2, b0, b1, b2;
     };
-    uint32_t magic;              // 0x6D504131
-    unsigned char enabled;       // 0: copy the input through
-    unsigned char padding[3];    // kept as given
+    uint32_t magic;             // 0x6D504131
+    unsigned char enabled;      // 0: copy the input through
+    unsigned char padding[3];   // kept as given
     CoefficientSet section[3];  // run in this order
 };
 static_assert(sizeof(PhoneAdaptationConfigParams) == quorvex::hpeq_block::kSize, "block size");
@@ -31,17 +31,23 @@ static_assert(sizeof(PhoneAdaptationConfigParams::section) ==
                   quorvex::hpeq_block::kSectionCount * quorvex::coefficient_set::kSize,
               "block layout");
 static_assert(offsetof(PhoneAdaptationConfigParams::CoefficientSet, a0) ==
-                  quorvex::coefficient_set::kA0, "coefficient set layout");
+                  quorvex::coefficient_set::kA0,
+              "coefficient set layout");
 static_assert(offsetof(PhoneAdaptationConfigParams::CoefficientSet, a1) ==
-                  quorvex::coefficient_set::kA1, "coefficient set layout");
+                  quorvex::coefficient_set::kA1,
+              "coefficient set layout");
 static_assert(offsetof(PhoneAdaptationConfigParams::CoefficientSet, a2) ==
-                  quorvex::coefficient_set::kA2, "coefficient set layout");
+                  quorvex::coefficient_set::kA2,
+              "coefficient set layout");
 static_assert(offsetof(PhoneAdaptationConfigParams::CoefficientSet, b0) ==
-                  quorvex::coefficient_set::kB0, "coefficient set layout");
+                  quorvex::coefficient_set::kB0,
+              "coefficient set layout");
 static_assert(offsetof(PhoneAdaptationConfigParams::CoefficientSet, b1) ==
-                  quorvex::coefficient_set::kB1, "coefficient set layout");
+                  quorvex::coefficient_set::kB1,
+              "coefficient set layout");
 static_assert(offsetof(PhoneAdaptationConfigParams::CoefficientSet, b2) ==
-                  quorvex::coefficient_set::kB2, "coefficient set layout");
+                  quorvex::coefficient_set::kB2,
+              "coefficient set layout");
 
 // Headphone equalizer: three host-designed sections per channel, the same for
 // both channels, at 88.2 and 96 kHz; 44.1 and 48 kHz pass unchanged. The

@@ -14,24 +14,24 @@
 // at 44.1/48 kHz. Bits of `emode`: 0x01 hall, 0x02 natural, 0x04 live,
 // 0x08 wide, 0x10 echo, 0x20 3d; the stages run in that order.
 struct QUORVEX_API SurroundConfigParams {
-    uint32_t magic;               // 0x6D535235
-    bool enabled;                 // any nonzero byte switches the effect on
-    unsigned char reserved[3];    // carried, never examined
-    int32_t emode;                // stage bits, other bits ignored
-    int32_t hall_m1;              // 17 to 8456
-    int32_t hall_m2;              // 17 to 7708
-    int32_t hall_m3;              // 17 to 5460
-    double hall_ga1;              // all-pass gain of the hall's first pass
-    double hall_ga2;              // all-pass gain of the hall's second pass
-    double egain_hall;            // hall mix 0.35 * g + 0.25
-    double egain_natural;         // natural comb feedback 0.125 * g + 0.125
-    double egain_wide;            // wide all-pass gain 0.25 * g + 0.25
-    double egain_3d;              // 3d mix gain
-    double egain_echo;            // echo level
-    double ga_live;               // carried, has no effect on the sound
-    double gc_live;               // live comb feedback 0.25 * g + 0.25
-    double ga_3d;                 // 3d all-pass gain
-    double gm_3d;                 // carried, has no effect on the sound
+    uint32_t magic;             // 0x6D535235
+    bool enabled;               // any nonzero byte switches the effect on
+    unsigned char reserved[3];  // carried, never examined
+    int32_t emode;              // stage bits, other bits ignored
+    int32_t hall_m1;            // 17 to 8456
+    int32_t hall_m2;            // 17 to 7708
+    int32_t hall_m3;            // 17 to 5460
+    double hall_ga1;            // all-pass gain of the hall's first pass
+    double hall_ga2;            // all-pass gain of the hall's second pass
+    double egain_hall;          // hall mix 0.35 * g + 0.25
+    double egain_natural;       // natural comb feedback 0.125 * g + 0.125
+    double egain_wide;          // wide all-pass gain 0.25 * g + 0.25
+    double egain_3d;            // 3d mix gain
+    double egain_echo;          // echo level
+    double ga_live;             // carried, has no effect on the sound
+    double gc_live;             // live comb feedback 0.25 * g + 0.25
+    double ga_3d;               // 3d all-pass gain
+    double gm_3d;               // carried, has no effect on the sound
 
     // Magic right, gains in [0.0, 1.0] (NaN refused), hall lengths in range.
     bool isValid() const;

@@ -14,7 +14,8 @@
 //       // `frames` stereo frames at chain.output().rate, delay already removed
 //   });
 //   runner.write(samples, frames);  // interleaved stereo doubles, any count, as often as needed
-//   runner.finish();                // flushes the tail: frames out == frames in x rate out / rate in
+//   runner.finish();                // flushes the tail: frames out == frames in x rate out / rate
+//   in
 //
 // A chain is filters separated by spaces, each NAME, NAME:KEY=VALUE,... or
 // NAME:VALUE for the filter's main parameter; numbers may carry their unit

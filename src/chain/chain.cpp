@@ -36,7 +36,8 @@ std::unique_ptr<RealAudioFilter> compose(const Members& members) {
 
 Chain::Chain(const std::vector<Step>& steps, StreamFormat input) : streamFormats{input} {
     if (steps.empty() || steps.size() > kMaxChainLength)
-        throw std::logic_error("a chain holds 1 to " + std::to_string(kMaxChainLength) + " filters");
+        throw std::logic_error("a chain holds 1 to " + std::to_string(kMaxChainLength) +
+                               " filters");
     const FilterEntry& first = entryFor(*steps.front().filter);
     if (first.buildInteger) {
         BuiltIntegerFilter built = first.buildInteger(steps.front().settings, input);
@@ -58,7 +59,8 @@ Chain::Chain(const std::string& text, StreamFormat input) : Chain(parse(text), i
 Chain::~Chain() = default;
 
 RealAudioFilter& Chain::outermost() {
-    if (members.empty()) throw std::logic_error("a chain of an integer-only filter runs on integer PCM only");
+    if (members.empty())
+        throw std::logic_error("a chain of an integer-only filter runs on integer PCM only");
     return composition ? *composition : *members.front();
 }
 

@@ -18,7 +18,8 @@ std::string lowercase(std::string text) {
 }
 
 bool endsWith(const std::string& text, const std::string& tail) {
-    return text.size() >= tail.size() && text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
+    return text.size() >= tail.size() &&
+           text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
 }
 
 std::string joined(const std::vector<std::string>& words) {
@@ -44,8 +45,8 @@ double parseNumber(const std::string& filter, const Parameter& param, const std:
     if (param.whole && value != std::floor(value))
         throw SyntaxError(filter + ": " + param.key + "=" + text + " must be a whole number");
     if (value < param.min || value > param.max)
-        throw SyntaxError(filter + ": " + param.key + "=" + text + " is out of range: " + param.key +
-                          " takes " + rangeText(param));
+        throw SyntaxError(filter + ": " + param.key + "=" + text +
+                          " is out of range: " + param.key + " takes " + rangeText(param));
     return value;
 }
 
@@ -56,8 +57,8 @@ double parseSwitch(const std::string& filter, const Parameter& param, const std:
     throw SyntaxError(filter + ": " + param.key + "=" + text + " must be on or off");
 }
 
-void setValue(const std::string& filter, const Parameter& param, const std::string& text, bool given,
-              Settings& settings) {
+void setValue(const std::string& filter, const Parameter& param, const std::string& text,
+              bool given, Settings& settings) {
     if (!given && text.empty()) {  // no default: the filter decides
         settings.set(param.key, "", 0.0, false);
         return;
@@ -72,13 +73,15 @@ void setValue(const std::string& filter, const Parameter& param, const std::stri
             return;
         }
         case ParamKind::Choice:
-            if (std::find(param.choices.begin(), param.choices.end(), lowercase(text)) == param.choices.end())
+            if (std::find(param.choices.begin(), param.choices.end(), lowercase(text)) ==
+                param.choices.end())
                 throw SyntaxError(filter + ": " + param.key + "=" + text + " is not one of " +
                                   joined(param.choices));
             settings.set(param.key, lowercase(text), 0.0, given);
             return;
         case ParamKind::Path:
-            if (given && text.empty()) throw SyntaxError(filter + ": " + param.key + " needs a file name");
+            if (given && text.empty())
+                throw SyntaxError(filter + ": " + param.key + " needs a file name");
             settings.set(param.key, text, 0.0, given);
             return;
     }
@@ -99,19 +102,22 @@ std::string keyList(const FilterInfo& filter) {
     return keys.empty() ? "no parameters" : "the parameters " + joined(keys);
 }
 
-const Parameter& paramFor(const FilterInfo& filter, const std::string& key, const std::string& item) {
-    if (key.empty()) throw SyntaxError(filter.name + ": '" + item + "' needs the form parameter=value");
+const Parameter& paramFor(const FilterInfo& filter, const std::string& key,
+                          const std::string& item) {
+    if (key.empty())
+        throw SyntaxError(filter.name + ": '" + item + "' needs the form parameter=value");
     const Parameter* param = filter.findParam(key);
     if (param == nullptr)
-        throw SyntaxError(filter.name + ": unknown parameter '" + key + "' (" + filter.name + " takes " +
-                          keyList(filter) + ")");
+        throw SyntaxError(filter.name + ": unknown parameter '" + key + "' (" + filter.name +
+                          " takes " + keyList(filter) + ")");
     return *param;
 }
 
 // "KEY=VALUE,..." after the filter's name; a bare VALUE sets the positional key.
 Settings parseSettings(const FilterInfo& filter, const std::string& text) {
     Settings settings;
-    for (const Parameter& param : filter.params) setValue(filter.name, param, param.defaultValue, false, settings);
+    for (const Parameter& param : filter.params)
+        setValue(filter.name, param, param.defaultValue, false, settings);
     if (text.empty()) return settings;
 
     std::vector<std::string> seen;
@@ -119,7 +125,8 @@ Settings parseSettings(const FilterInfo& filter, const std::string& text) {
         if (item.empty()) throw SyntaxError(filter.name + ": empty setting in '" + text + "'");
         const size_t equals = item.find('=');
         const bool bare = equals == std::string::npos;
-        const Parameter& param = paramFor(filter, bare ? filter.positional : item.substr(0, equals), item);
+        const Parameter& param =
+            paramFor(filter, bare ? filter.positional : item.substr(0, equals), item);
         if (std::find(seen.begin(), seen.end(), param.key) != seen.end())
             throw SyntaxError(filter.name + ": " + param.key + " is given twice");
         seen.push_back(param.key);
@@ -136,10 +143,10 @@ void refuseSharedStateTwice(const std::vector<Step>& steps) {
         if (filter.sharedState.empty()) continue;
         for (size_t j = i + 1; j < steps.size(); ++j)
             if (steps[j].filter == &filter)
-                throw SyntaxError("the chain holds " + filter.name + " twice, but every " + filter.name +
-                                  " shares one process-wide " + filter.sharedState +
-                                  ", so a second one would disturb the first: give one " + filter.name +
-                                  " all its settings");
+                throw SyntaxError("the chain holds " + filter.name + " twice, but every " +
+                                  filter.name + " shares one process-wide " + filter.sharedState +
+                                  ", so a second one would disturb the first: give one " +
+                                  filter.name + " all its settings");
     }
 }
 
@@ -154,7 +161,8 @@ std::vector<Step> parse(const std::string& text) {
         const std::string name = lowercase(word.substr(0, colon));
         const FilterInfo* filter = findFilter(name);
         if (filter == nullptr)
-            throw SyntaxError("unknown filter '" + name + "' in the chain ('quorvex list' shows the filters)");
+            throw SyntaxError("unknown filter '" + name +
+                              "' in the chain ('quorvex list' shows the filters)");
         const std::string settings = colon == std::string::npos ? "" : word.substr(colon + 1);
         steps.push_back(Step{filter, parseSettings(*filter, settings)});
     }
@@ -165,7 +173,8 @@ std::vector<Step> parse(const std::string& text) {
     refuseSharedStateTwice(steps);
     for (const Step& step : steps)
         if (step.filter->integerOnly && steps.size() > 1)
-            throw SyntaxError(step.filter->name + " works on integer PCM by itself and cannot share a chain");
+            throw SyntaxError(step.filter->name +
+                              " works on integer PCM by itself and cannot share a chain");
     return steps;
 }
 

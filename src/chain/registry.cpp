@@ -20,25 +20,27 @@ Parameter makeParam(std::string key, ParamKind kind, std::string defaultValue, s
 
 }  // namespace
 
-Parameter numberParam(std::string key, double min, double max, std::string unit, std::string defaultValue,
-                      std::string help) {
-    Parameter param = makeParam(std::move(key), ParamKind::Number, std::move(defaultValue), std::move(help));
+Parameter numberParam(std::string key, double min, double max, std::string unit,
+                      std::string defaultValue, std::string help) {
+    Parameter param =
+        makeParam(std::move(key), ParamKind::Number, std::move(defaultValue), std::move(help));
     param.min = min;
     param.max = max;
     param.unit = std::move(unit);
     return param;
 }
 
-Parameter wholeParam(std::string key, double min, double max, std::string unit, std::string defaultValue,
-                     std::string help) {
-    Parameter param = numberParam(std::move(key), min, max, std::move(unit), std::move(defaultValue),
-                                  std::move(help));
+Parameter wholeParam(std::string key, double min, double max, std::string unit,
+                     std::string defaultValue, std::string help) {
+    Parameter param = numberParam(std::move(key), min, max, std::move(unit),
+                                  std::move(defaultValue), std::move(help));
     param.whole = true;
     return param;
 }
 
 Parameter choiceParam(std::string key, std::vector<std::string> choices, std::string help) {
-    Parameter param = makeParam(std::move(key), ParamKind::Choice, choices.front(), std::move(help));
+    Parameter param =
+        makeParam(std::move(key), ParamKind::Choice, choices.front(), std::move(help));
     param.choices = std::move(choices);
     return param;
 }
@@ -47,7 +49,9 @@ Parameter switchParam(std::string key, std::string defaultValue, std::string hel
     return makeParam(std::move(key), ParamKind::Switch, std::move(defaultValue), std::move(help));
 }
 
-Parameter enabledParam() { return switchParam("enabled", "on", "off passes the audio through unchanged"); }
+Parameter enabledParam() {
+    return switchParam("enabled", "on", "off passes the audio through unchanged");
+}
 
 Parameter pathParam(std::string key, std::string help) {
     return makeParam(std::move(key), ParamKind::Path, "", std::move(help));
@@ -70,8 +74,8 @@ int chosenDepth(const Settings& settings, const StreamFormat& input) {
 
 std::string rangeText(const Parameter& param) {
     char text[96];
-    std::snprintf(text, sizeof text, "%g to %g%s%s", param.min, param.max, param.unit.empty() ? "" : " ",
-                  param.unit.c_str());
+    std::snprintf(text, sizeof text, "%g to %g%s%s", param.min, param.max,
+                  param.unit.empty() ? "" : " ", param.unit.c_str());
     return text;
 }
 
@@ -107,8 +111,9 @@ struct Registry {
 
 Registry makeRegistry() {
     Registry registry;
-    registry.entries = {alcEntry(),         decimateEntry(), eqEntry(),      holdEntry(),  hpeqEntry(),
-                        personalizeEntry(), resampleEntry(), surroundEntry(), velmoEntry()};
+    registry.entries = {alcEntry(),      decimateEntry(), eqEntry(),
+                        holdEntry(),     hpeqEntry(),     personalizeEntry(),
+                        resampleEntry(), surroundEntry(), velmoEntry()};
     std::sort(registry.entries.begin(), registry.entries.end(),
               [](const FilterEntry& a, const FilterEntry& b) { return a.info.name < b.info.name; });
     for (FilterEntry& entry : registry.entries) {
@@ -147,8 +152,8 @@ void requireRate(const std::string& filter, const StreamFormat& input, std::vect
     std::string list;
     for (size_t i = 0; i < rates.size(); ++i)
         list += (i == 0 ? "" : i + 1 == rates.size() ? " or " : ", ") + std::to_string(rates[i]);
-    throw StreamError(filter + " works at " + list + " Hz, not at the " + std::to_string(input.rate) +
-                      " Hz this stream has at that point" + hint);
+    throw StreamError(filter + " works at " + list + " Hz, not at the " +
+                      std::to_string(input.rate) + " Hz this stream has at that point" + hint);
 }
 
 ParamBlock::ParamBlock(RealAudioFilter& filter, unsigned long id, int size)

@@ -20,11 +20,11 @@ namespace quorvex::chain {
 // The most filters one composition holds.
 inline constexpr size_t kMaxChainLength = 10;
 
-Parameter numberParam(std::string key, double min, double max, std::string unit, std::string defaultValue,
-                      std::string help);
+Parameter numberParam(std::string key, double min, double max, std::string unit,
+                      std::string defaultValue, std::string help);
 // A number without fraction: a rate, a length in samples.
-Parameter wholeParam(std::string key, double min, double max, std::string unit, std::string defaultValue,
-                     std::string help);
+Parameter wholeParam(std::string key, double min, double max, std::string unit,
+                     std::string defaultValue, std::string help);
 Parameter choiceParam(std::string key, std::vector<std::string> choices, std::string help);
 Parameter switchParam(std::string key, std::string defaultValue, std::string help);
 // "enabled", on unless switched off; off passes the audio through.
@@ -52,7 +52,8 @@ struct FilterEntry {
     // when the filter cannot work on that stream.
     std::function<BuiltFilter(const Settings&, const StreamFormat& input)> build;
     // Instead of `build`, for an integer-only filter.
-    std::function<BuiltIntegerFilter(const Settings&, const StreamFormat& input)> buildInteger = nullptr;
+    std::function<BuiltIntegerFilter(const Settings&, const StreamFormat& input)> buildInteger =
+        nullptr;
 };
 
 // The entry filters() shows as `info`.

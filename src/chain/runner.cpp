@@ -56,7 +56,8 @@ long long clipToFullScale(double* samples, int count) {
 class BlockRunner {
 public:
     explicit BlockRunner(Chain& chain)
-        : chain(chain), blockFrames(wholeBlockFrames(chain, kMostBlockFrames)),
+        : chain(chain),
+          blockFrames(wholeBlockFrames(chain, kMostBlockFrames)),
           toSkip(std::llround(chain.latencySeconds() * chain.output().rate)) {}
     virtual ~BlockRunner() = default;
 
@@ -114,7 +115,9 @@ protected:
         return {skip, count};
     }
 
-    [[noreturn]] void failed() { throw StreamError("the chain " + chain.name() + " failed on a block"); }
+    [[noreturn]] void failed() {
+        throw StreamError("the chain " + chain.name() + " failed on a block");
+    }
 
     Chain& chain;
     const int blockFrames;
@@ -146,9 +149,12 @@ int doublesForWidestBlock(const Chain& chain, int blockFrames) {
 class DoubleBlockRunner : public BlockRunner {
 public:
     DoubleBlockRunner(Chain& chain, bool clip, DoubleRunner::Sink sink)
-        : BlockRunner(chain), clip(clip), sink(std::move(sink)),
+        : BlockRunner(chain),
+          clip(clip),
+          sink(std::move(sink)),
           in(2 * blockFrames, chain.input().rate, chain.input().bits),
-          out(doublesForWidestBlock(chain, blockFrames), chain.output().rate, chain.output().bits) {}
+          out(doublesForWidestBlock(chain, blockFrames), chain.output().rate, chain.output().bits) {
+    }
 
 private:
     void copyIn(const void* source, long long from, long long to, long long count) override {
@@ -210,9 +216,12 @@ int bytesFor(long long frames, int bits) { return static_cast<int>(2 * frames * 
 class PcmBlockRunner : public BlockRunner {
 public:
     PcmBlockRunner(Chain& chain, PcmRunner::Sink sink)
-        : BlockRunner(chain), sink(std::move(sink)), in(bytesFor(blockFrames, chain.input().bits)),
-          out(bytesFor(static_cast<long long>(blockFrames) * chain.output().rate / chain.input().rate + 1,
-                       chain.output().bits)) {
+        : BlockRunner(chain),
+          sink(std::move(sink)),
+          in(bytesFor(blockFrames, chain.input().bits)),
+          out(bytesFor(
+              static_cast<long long>(blockFrames) * chain.output().rate / chain.input().rate + 1,
+              chain.output().bits)) {
         filter = chain.integerFilter();
         if (filter != nullptr) return;
         guard = std::make_unique<ChainGuard>(chain.outermost());
@@ -223,19 +232,22 @@ public:
 private:
     void copyIn(const void* source, long long from, long long to, long long count) override {
         const int frameBytes = bytesFor(1, chain.input().bits);
-        std::memcpy(in.data() + to * frameBytes, static_cast<const unsigned char*>(source) + from * frameBytes,
+        std::memcpy(in.data() + to * frameBytes,
+                    static_cast<const unsigned char*>(source) + from * frameBytes,
                     static_cast<size_t>(count * frameBytes));
     }
 
     void runBlock() override {
         const StreamFormat from = chain.input();
         const StreamFormat to = chain.output();
-        const int produced = filter->process(from.rate, from.bits, in.data(), bytesFor(blockFrames, from.bits),
-                                             to.rate, to.bits, out.data(), static_cast<int>(out.size()));
+        const int produced =
+            filter->process(from.rate, from.bits, in.data(), bytesFor(blockFrames, from.bits),
+                            to.rate, to.bits, out.data(), static_cast<int>(out.size()));
         if (produced < 0 || (guard && guard->lastResult < 0)) failed();
         if (guard) clipped = guard->clipped;
         const Span span = keep(produced / bytesFor(1, to.bits));
-        if (span.count > 0) sink(out.data() + span.first * bytesFor(1, to.bits), span.count, to.bits);
+        if (span.count > 0)
+            sink(out.data() + span.first * bytesFor(1, to.bits), span.count, to.bits);
     }
 
     void silenceFrom(long long first) override {

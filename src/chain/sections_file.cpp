@@ -15,7 +15,8 @@ Section parseSection(const std::string& where, const std::string& line) {
     std::istringstream fields(line);
     double row[6];
     for (double& value : row)
-        if (!(fields >> value)) throw StreamError(where + ": a section needs six numbers, b0 b1 b2 a0 a1 a2");
+        if (!(fields >> value))
+            throw StreamError(where + ": a section needs six numbers, b0 b1 b2 a0 a1 a2");
     std::string rest;
     if (fields >> rest) throw StreamError(where + ": more than six numbers in one section");
     const double a0 = row[3];
@@ -23,8 +24,9 @@ Section parseSection(const std::string& where, const std::string& line) {
     const Section section{row[0] / a0, row[1] / a0, row[2] / a0, -row[4] / a0, -row[5] / a0};
     for (double c : {section.b0, section.b1, section.b2, section.a1, section.a2})
         if (!(c >= -kLargestCoefficient && c <= kLargestCoefficient))
-            throw StreamError(where + ": after dividing by a0, every coefficient must lie within -" +
-                              numberText(kLargestCoefficient) + " to " + numberText(kLargestCoefficient));
+            throw StreamError(
+                where + ": after dividing by a0, every coefficient must lie within -" +
+                numberText(kLargestCoefficient) + " to " + numberText(kLargestCoefficient));
     return section;
 }
 
@@ -43,15 +45,17 @@ std::vector<Section> readSections(const std::string& filter, const std::string& 
         const std::string where = filter + ": " + path + " line " + std::to_string(number);
         sections.push_back(parseSection(where, line));
         if (sections.size() > most)
-            throw StreamError(where + ": " + filter + " takes at most " + std::to_string(most) + " sections");
+            throw StreamError(where + ": " + filter + " takes at most " + std::to_string(most) +
+                              " sections");
     }
     if (sections.empty()) throw StreamError(filter + ": " + path + " holds no section");
     return sections;
 }
 
 void requireHighRate(const std::string& filter, const StreamFormat& input) {
-    requireRate(filter, input, {88200, 96000},
-                "; at 44100 and 48000 Hz it would pass the audio unchanged (velmo doubles the rate)");
+    requireRate(
+        filter, input, {88200, 96000},
+        "; at 44100 and 48000 Hz it would pass the audio unchanged (velmo doubles the rate)");
 }
 
 void putSection(ParamBlock& block, int offset, const Section& section) {

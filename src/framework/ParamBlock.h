@@ -49,8 +49,8 @@ struct BlockLayout {
 // caller's bytes when the fields may be examined; otherwise null, with
 // *answer 0 for another filter's identifier or -1 for a short or missing area
 // or a wrong magic.
-inline const unsigned char* screenBlock(const BlockLayout& layout, unsigned long id, const void* block,
-                                        int size, int* answer) {
+inline const unsigned char* screenBlock(const BlockLayout& layout, unsigned long id,
+                                        const void* block, int size, int* answer) {
     *answer = 0;
     if (id != layout.id) return nullptr;
     *answer = -1;

@@ -5,12 +5,22 @@
 #include <new>
 
 RealAudioBuffer::RealAudioBuffer()
-    : ownsData(false), data(nullptr), capacity(0), length(0), channels(2), sampleRate(0),
+    : ownsData(false),
+      data(nullptr),
+      capacity(0),
+      length(0),
+      channels(2),
+      sampleRate(0),
       bitsPerSample(0) {}
 
 RealAudioBuffer::RealAudioBuffer(int capacity, int sampleRate, int bitsPerSample)
-    : ownsData(true), data(nullptr), capacity(0), length(0), channels(2),
-      sampleRate(sampleRate), bitsPerSample(bitsPerSample) {
+    : ownsData(true),
+      data(nullptr),
+      capacity(0),
+      length(0),
+      channels(2),
+      sampleRate(sampleRate),
+      bitsPerSample(bitsPerSample) {
     // AFMalloc takes its size as an int.
     if (capacity < 0 || capacity > INT_MAX / static_cast<int>(sizeof(double))) return;
     data = static_cast<double*>(AFMalloc(capacity * static_cast<int>(sizeof(double))));
@@ -19,8 +29,13 @@ RealAudioBuffer::RealAudioBuffer(int capacity, int sampleRate, int bitsPerSample
 
 RealAudioBuffer::RealAudioBuffer(double* data, int capacity, int length, int sampleRate,
                                  int bitsPerSample)
-    : ownsData(false), data(data), capacity(capacity), length(length), channels(2),
-      sampleRate(sampleRate), bitsPerSample(bitsPerSample) {}
+    : ownsData(false),
+      data(data),
+      capacity(capacity),
+      length(length),
+      channels(2),
+      sampleRate(sampleRate),
+      bitsPerSample(bitsPerSample) {}
 
 RealAudioBuffer::~RealAudioBuffer() {
     if (ownsData) AFFree(data);

@@ -7,8 +7,8 @@
 
 namespace {
 
-constexpr double kFromPcm16 = 3.0517578125e-05;        // 2^-15
-constexpr double kFromPcm32 = 4.656612873077393e-10;   // 2^-31, also for 24 bits in bits 8-31
+constexpr double kFromPcm16 = 3.0517578125e-05;       // 2^-15
+constexpr double kFromPcm32 = 4.656612873077393e-10;  // 2^-31, also for 24 bits in bits 8-31
 constexpr double kToPcm16 = 32768.0;
 constexpr double kToPcm24 = 8388607.0;
 constexpr double kToPcm32 = 2147483648.0;
@@ -27,33 +27,33 @@ int64_t clamp(int64_t v, int64_t lo, int64_t hi) { return v < lo ? lo : (v > hi 
 
 void pcmToDoubles(int bits, const unsigned char* in, double* x, int n) {
     switch (bits) {
-    case 16:
-        for (int i = 0; i < n; ++i) x[i] = pcm::read16(in + 2 * i) * kFromPcm16;
-        break;
-    case 24:
-        for (int i = 0; i < n; ++i) x[i] = pcm::read24High(in + 3 * i) * kFromPcm32;
-        break;
-    case 32:
-        for (int i = 0; i < n; ++i) x[i] = pcm::read32(in + 4 * i) * kFromPcm32;
-        break;
+        case 16:
+            for (int i = 0; i < n; ++i) x[i] = pcm::read16(in + 2 * i) * kFromPcm16;
+            break;
+        case 24:
+            for (int i = 0; i < n; ++i) x[i] = pcm::read24High(in + 3 * i) * kFromPcm32;
+            break;
+        case 32:
+            for (int i = 0; i < n; ++i) x[i] = pcm::read32(in + 4 * i) * kFromPcm32;
+            break;
     }
 }
 
 void doublesToPcm(int bits, const double* x, unsigned char* out, int k) {
     switch (bits) {
-    case 16:
-        for (int i = 0; i < k; ++i)
-            pcm::write16(out + 2 * i,
-                         clamp(truncateToInt64(x[i] * kToPcm16), INT16_MIN, INT16_MAX));
-        break;
-    case 24:
-        for (int i = 0; i < k; ++i) pcm::write24(out + 3 * i, truncateToInt64(x[i] * kToPcm24));
-        break;
-    case 32:
-        for (int i = 0; i < k; ++i)
-            pcm::write32(out + 4 * i,
-                         clamp(truncateToInt64(x[i] * kToPcm32), INT32_MIN, INT32_MAX));
-        break;
+        case 16:
+            for (int i = 0; i < k; ++i)
+                pcm::write16(out + 2 * i,
+                             clamp(truncateToInt64(x[i] * kToPcm16), INT16_MIN, INT16_MAX));
+            break;
+        case 24:
+            for (int i = 0; i < k; ++i) pcm::write24(out + 3 * i, truncateToInt64(x[i] * kToPcm24));
+            break;
+        case 32:
+            for (int i = 0; i < k; ++i)
+                pcm::write32(out + 4 * i,
+                             clamp(truncateToInt64(x[i] * kToPcm32), INT32_MIN, INT32_MAX));
+            break;
     }
 }
 
@@ -76,7 +76,8 @@ bool growToHold(RealAudioBuffer** buffer, int samples) {
 }  // namespace
 
 DataTypeConversionFilter::DataTypeConversionFilter(RealAudioFilter* filter)
-    : wrapped(filter), inBuffer(new (std::nothrow) RealAudioBuffer(1, 0, 0)),
+    : wrapped(filter),
+      inBuffer(new (std::nothrow) RealAudioBuffer(1, 0, 0)),
       outBuffer(new (std::nothrow) RealAudioBuffer(1, 0, 0)) {}
 
 DataTypeConversionFilter::~DataTypeConversionFilter() {

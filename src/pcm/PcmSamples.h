@@ -17,8 +17,7 @@ inline int32_t read16(const unsigned char* p) {
 // The 24-bit sample placed in bits 8-31, so its sign lands in bit 31 and its
 // value is the sample times 256.
 inline int32_t read24High(const unsigned char* p) {
-    const uint32_t bits = (static_cast<uint32_t>(p[0]) << 8) |
-                          (static_cast<uint32_t>(p[1]) << 16) |
+    const uint32_t bits = (static_cast<uint32_t>(p[0]) << 8) | (static_cast<uint32_t>(p[1]) << 16) |
                           (static_cast<uint32_t>(p[2]) << 24);
     return static_cast<int32_t>(bits);
 }
@@ -27,8 +26,7 @@ inline int32_t read24(const unsigned char* p) { return read24High(p) >> 8; }
 
 inline int32_t read32(const unsigned char* p) {
     const uint32_t bits = static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) |
-                          (static_cast<uint32_t>(p[2]) << 16) |
-                          (static_cast<uint32_t>(p[3]) << 24);
+                          (static_cast<uint32_t>(p[2]) << 16) | (static_cast<uint32_t>(p[3]) << 24);
     return static_cast<int32_t>(bits);
 }
 

@@ -23,7 +23,8 @@ std::string messageOf(Action action) {
 }
 
 TEST(ChainText, ReadsUnitsPositionalValuesAndDefaults) {
-    const std::vector<qc::Step> steps = qc::parse("  EQ:1k=-2dB,63=+3   resample:48kHz alc:mode=Sample,enabled=no velmo ");
+    const std::vector<qc::Step> steps =
+        qc::parse("  EQ:1k=-2dB,63=+3   resample:48kHz alc:mode=Sample,enabled=no velmo ");
     ASSERT_EQ(steps.size(), 4u);
     EXPECT_EQ(steps[0].filter, qc::findFilter("eq"));
     const qc::Settings& eq = steps[0].settings;
@@ -58,13 +59,16 @@ TEST(ChainText, ReadsUnitsPositionalValuesAndDefaults) {
 TEST(ChainText, RefusesWithTheLineTheUserSees) {
     const std::string tooLong = "alc alc alc alc alc alc alc alc alc alc alc";
     const std::pair<std::string, std::string> refusals[] = {
-        {"alc nosuch:x=1", "unknown filter 'nosuch' in the chain ('quorvex list' shows the filters)"},
+        {"alc nosuch:x=1",
+         "unknown filter 'nosuch' in the chain ('quorvex list' shows the filters)"},
         {"", "the chain is empty: name at least one filter"},
-        {"alc:gain=3", "alc: unknown parameter 'gain' (alc takes the parameters enabled, mode, recovery)"},
+        {"alc:gain=3",
+         "alc: unknown parameter 'gain' (alc takes the parameters enabled, mode, recovery)"},
         {"decimate:x=1", "decimate: unknown parameter 'x' (decimate takes the parameters bits)"},
         {"alc:recovery=2", "alc: recovery=2 is out of range: recovery takes 0 to 1 per sample"},
         {"eq:63=13dB", "eq: 63=13dB is out of range: 63 takes -12 to 12 dB"},
-        {"surround:hall-len1=8457", "surround: hall-len1=8457 is out of range: hall-len1 takes 17 to 8456 samples"},
+        {"surround:hall-len1=8457",
+         "surround: hall-len1=8457 is out of range: hall-len1 takes 17 to 8456 samples"},
         {"alc:recovery=fast", "alc: recovery=fast is not a number"},
         {"resample:48000.5", "resample: rate=48000.5 must be a whole number"},
         {"eq:1k=-2.5dB", "eq: 1k=-2.5dB must be a whole number"},
@@ -75,13 +79,15 @@ TEST(ChainText, RefusesWithTheLineTheUserSees) {
         {"eq:3", "eq: '3' needs the form parameter=value"},
         {"hpeq:file=", "hpeq: file needs a file name"},
         {"eq:63=+3 alc eq:1k=-2",
-         "the chain holds eq twice, but every eq shares one process-wide band setting and filter history, "
+         "the chain holds eq twice, but every eq shares one process-wide band setting and filter "
+         "history, "
          "so a second one would disturb the first: give one eq all its settings"},
         {tooLong, "the chain has 11 filters; at most 10 can run in one chain"},
         {"alc hold", "hold works on integer PCM by itself and cannot share a chain"},
     };
     for (const auto& refusal : refusals)
-        EXPECT_EQ(messageOf<qc::SyntaxError>([&] { qc::parse(refusal.first); }), refusal.second) << refusal.first;
+        EXPECT_EQ(messageOf<qc::SyntaxError>([&] { qc::parse(refusal.first); }), refusal.second)
+            << refusal.first;
 }
 
 TEST(ChainText, BuiltChainsRefuseStreamsTheyCannotWorkOn) {
@@ -92,28 +98,42 @@ TEST(ChainText, BuiltChainsRefuseStreamsTheyCannotWorkOn) {
         const char* message;
     } refusals[] = {
         {"hpeq", cd,
-         "hpeq works at 88200 or 96000 Hz, not at the 44100 Hz this stream has at that point; at 44100 and "
+         "hpeq works at 88200 or 96000 Hz, not at the 44100 Hz this stream has at that point; at "
+         "44100 and "
          "48000 Hz it would pass the audio unchanged (velmo doubles the rate)"},
         {"velmo decimate personalize", cd,
-         "personalize works at 88200 or 96000 Hz, not at the 44100 Hz this stream has at that point; at 44100 "
+         "personalize works at 88200 or 96000 Hz, not at the 44100 Hz this stream has at that "
+         "point; at 44100 "
          "and 48000 Hz it would pass the audio unchanged (velmo doubles the rate)"},
-        {"velmo:enhance=on", {96000, 16},
-         "velmo works at 44100 or 48000 Hz, not at the 96000 Hz this stream has at that point (enhance=off "
+        {"velmo:enhance=on",
+         {96000, 16},
+         "velmo works at 44100 or 48000 Hz, not at the 96000 Hz this stream has at that point "
+         "(enhance=off "
          "interpolates at any rate)"},
-        {"velmo", {44100, 32},
-         "velmo enhances 16- and 24-bit sources, not this 32-bit one (enhance=off interpolates at any depth)"},
-        {"eq:32k=+3", cd, "eq: band 32k acts only at 88200 and 96000 Hz, not at the 44100 Hz of this stream"},
-        {"surround", {32000, 16},
-         "surround works at 44100, 48000, 88200 or 96000 Hz, not at the 32000 Hz this stream has at that point"},
+        {"velmo",
+         {44100, 32},
+         "velmo enhances 16- and 24-bit sources, not this 32-bit one (enhance=off interpolates at "
+         "any depth)"},
+        {"eq:32k=+3", cd,
+         "eq: band 32k acts only at 88200 and 96000 Hz, not at the 44100 Hz of this stream"},
+        {"surround",
+         {32000, 16},
+         "surround works at 44100, 48000, 88200 or 96000 Hz, not at the 32000 Hz this stream has "
+         "at that point"},
         {"resample:44101", cd,
-         "resample: 44100 and 44101 Hz have no common multiple within 1023 multiples of the higher rate; "
+         "resample: 44100 and 44101 Hz have no common multiple within 1023 multiples of the higher "
+         "rate; "
          "choose a rounder rate"},
-        {"hold:bits=24", {44100, 32}, "hold changes rate and depth of 16- and 24-bit PCM only; this source is 32-bit"},
-        {"personalize:file=/nonexistent/sections.txt", {96000, 24},
+        {"hold:bits=24",
+         {44100, 32},
+         "hold changes rate and depth of 16- and 24-bit PCM only; this source is 32-bit"},
+        {"personalize:file=/nonexistent/sections.txt",
+         {96000, 24},
          "personalize: cannot read /nonexistent/sections.txt: No such file or directory"},
     };
     for (const auto& refusal : refusals)
-        EXPECT_EQ(messageOf<qc::StreamError>([&] { qc::Chain(refusal.text, refusal.input); }), refusal.message)
+        EXPECT_EQ(messageOf<qc::StreamError>([&] { qc::Chain(refusal.text, refusal.input); }),
+                  refusal.message)
             << refusal.text;
     // Switched off, a filter passes any stream.
     EXPECT_NO_THROW(qc::Chain("hpeq:enabled=off eq:enabled=off surround:enabled=off", {32000, 16}));
@@ -123,7 +143,8 @@ TEST(ChainText, BuiltChainsRefuseStreamsTheyCannotWorkOn) {
 // adds up their delays.
 TEST(ChainText, FormatsAndDelayFollowTheFilters) {
     qc::Chain chain("velmo:enhance=off hpeq decimate:bits=16", {44100, 16});
-    const std::vector<std::pair<int, int>> expected = {{44100, 16}, {88200, 24}, {88200, 24}, {44100, 16}};
+    const std::vector<std::pair<int, int>> expected = {
+        {44100, 16}, {88200, 24}, {88200, 24}, {44100, 16}};
     ASSERT_EQ(chain.formats().size(), expected.size());
     for (size_t i = 0; i < expected.size(); ++i) {
         EXPECT_EQ(chain.formats()[i].rate, expected[i].first) << i;

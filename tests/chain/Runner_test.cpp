@@ -42,7 +42,8 @@ std::vector<T> inFreshProcess(const std::function<std::vector<T>()>& run) {
     close(ends[1]);
     std::vector<char> bytes;
     char buffer[65536];
-    for (ssize_t count; (count = read(ends[0], buffer, sizeof buffer)) > 0;) bytes.insert(bytes.end(), buffer, buffer + count);
+    for (ssize_t count; (count = read(ends[0], buffer, sizeof buffer)) > 0;)
+        bytes.insert(bytes.end(), buffer, buffer + count);
     close(ends[0]);
     int status = 0;
     waitpid(child, &status, 0);
@@ -57,8 +58,10 @@ std::vector<double> tones(int frames, int rate, double amplitude) {
     const double pi = std::acos(-1.0);
     std::vector<double> stereo(2 * static_cast<size_t>(frames));
     for (int f = 0; f < frames; ++f) {
-        stereo[2 * f] = amplitude * (0.6 * std::sin(2 * pi * 440.0 * f / rate) + 0.4 * std::sin(2 * pi * 5000.0 * f / rate));
-        stereo[2 * f + 1] = amplitude * (0.7 * std::sin(2 * pi * 90.0 * f / rate) + 0.3 * std::sin(2 * pi * 12000.0 * f / rate));
+        stereo[2 * f] = amplitude * (0.6 * std::sin(2 * pi * 440.0 * f / rate) +
+                                     0.4 * std::sin(2 * pi * 5000.0 * f / rate));
+        stereo[2 * f + 1] = amplitude * (0.7 * std::sin(2 * pi * 90.0 * f / rate) +
+                                         0.3 * std::sin(2 * pi * 12000.0 * f / rate));
     }
     return stereo;
 }
@@ -97,7 +100,8 @@ std::vector<double> runDoubles(qc::Chain& chain, const std::vector<double>& inpu
     return output;
 }
 
-std::vector<double> runDoubles(const char* text, qc::StreamFormat format, const std::vector<double>& input) {
+std::vector<double> runDoubles(const char* text, qc::StreamFormat format,
+                               const std::vector<double>& input) {
     return inFreshProcess<double>([&] {
         qc::Chain chain(text, format);
         return runDoubles(chain, input, false);
@@ -106,10 +110,11 @@ std::vector<double> runDoubles(const char* text, qc::StreamFormat format, const 
 
 // The filter's output for `input` followed by silence, all in one block,
 // from frame `delay` on; empty when the filter fails or falls short.
-std::vector<double> byHand(RealAudioFilter& filter, std::vector<double> input, int rate, int bits, int outRate,
-                           long long delay, size_t frames) {
+std::vector<double> byHand(RealAudioFilter& filter, std::vector<double> input, int rate, int bits,
+                           int outRate, long long delay, size_t frames) {
     input.resize(input.size() + 2 * kTailFrames, 0.0);
-    RealAudioBuffer in(input.data(), static_cast<int>(input.size()), static_cast<int>(input.size()), rate, bits);
+    RealAudioBuffer in(input.data(), static_cast<int>(input.size()), static_cast<int>(input.size()),
+                       rate, bits);
     RealAudioBuffer out(4 * static_cast<int>(input.size()), outRate, bits);
     const long long end = 2 * (delay + static_cast<long long>(frames));
     if (filter.process(&in, &out) != 0 || out.length < end) return {};
@@ -177,7 +182,8 @@ TEST(DoubleRunner, ClipsOversOnlyOnTheWayToIntegers) {
     }
 }
 
-std::vector<unsigned char> runPcm(qc::Chain& chain, const std::vector<unsigned char>& input, int bitsOut) {
+std::vector<unsigned char> runPcm(qc::Chain& chain, const std::vector<unsigned char>& input,
+                                  int bitsOut) {
     std::vector<unsigned char> output;
     qc::PcmRunner runner(chain, [&](const unsigned char* pcm, long long frames, int bits) {
         EXPECT_EQ(bits, bitsOut);
@@ -195,7 +201,8 @@ TEST(PcmRunner, MatchesTheIntegerAdapterRunByHand) {
     const std::vector<unsigned char> input = pcm16(tones(frames, 44100, 0.3));
     const std::vector<unsigned char> output = inFreshProcess<unsigned char>([&] {
         qc::Chain chain("eq:1k=+6 velmo:source=mp3", {44100, 16});
-        return qc::PcmRunner::accepts(chain) ? runPcm(chain, input, 24) : std::vector<unsigned char>();
+        return qc::PcmRunner::accepts(chain) ? runPcm(chain, input, 24)
+                                             : std::vector<unsigned char>();
     });
     const size_t frameBytes = 6, delayBytes = 17 * frameBytes;
     ASSERT_EQ(output.size(), 2 * frames * frameBytes);
@@ -216,10 +223,12 @@ TEST(PcmRunner, MatchesTheIntegerAdapterRunByHand) {
         std::vector<unsigned char> whole = input;
         whole.resize(input.size() + 4 * kTailFrames, 0);
         std::vector<unsigned char> out(3 * whole.size());
-        const int produced = hand.process(44100, 16, whole.data(), static_cast<int>(whole.size()), 88200, 24,
-                                          out.data(), static_cast<int>(out.size()));
-        if (produced < static_cast<int>(delayBytes + output.size())) return std::vector<unsigned char>();
-        return std::vector<unsigned char>(out.begin() + delayBytes, out.begin() + delayBytes + output.size());
+        const int produced = hand.process(44100, 16, whole.data(), static_cast<int>(whole.size()),
+                                          88200, 24, out.data(), static_cast<int>(out.size()));
+        if (produced < static_cast<int>(delayBytes + output.size()))
+            return std::vector<unsigned char>();
+        return std::vector<unsigned char>(out.begin() + delayBytes,
+                                          out.begin() + delayBytes + output.size());
     });
     EXPECT_TRUE(output == expected);
 }
@@ -233,11 +242,13 @@ TEST(PcmRunner, RunsTheIntegerFilterAloneAndRefusesWhatTheAdapterCannotHold) {
     ASSERT_EQ(output.size(), 2 * input.size());
     for (int f = 0; f < frames; ++f)
         for (int copy = 0; copy < 2; ++copy)
-            ASSERT_EQ(std::memcmp(&output[(2 * f + copy) * 4], &input[f * 4], 4), 0) << "frame " << f;
+            ASSERT_EQ(std::memcmp(&output[(2 * f + copy) * 4], &input[f * 4], 4), 0)
+                << "frame " << f;
 
     qc::Chain rising("velmo:enhance=off resample:22050", {44100, 16});
     EXPECT_FALSE(qc::PcmRunner::accepts(rising));
-    EXPECT_THROW(qc::PcmRunner(rising, [](const unsigned char*, long long, int) {}), std::logic_error);
+    EXPECT_THROW(qc::PcmRunner(rising, [](const unsigned char*, long long, int) {}),
+                 std::logic_error);
 }
 
 }  // namespace

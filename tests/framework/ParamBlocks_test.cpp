@@ -22,7 +22,8 @@ struct Constant {
     double value, number;  // exact for every constant here
 };
 
-#define QUORVEX_CONSTANT(name, number) {#name, static_cast<double>(name), number}
+#define QUORVEX_CONSTANT(name, number) \
+    { #name, static_cast < double>(name), number }
 
 uint32_t wordAt(const std::vector<unsigned char>& block, int offset) {
     uint32_t word;

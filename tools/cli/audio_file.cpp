@@ -6,12 +6,12 @@
 #include <unistd.h>
 
 #include <cctype>
-#include <cmath>
 #include <cerrno>
 #include <climits>
+#include <cmath>
 #include <csignal>
-#include <cstdio>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <sstream>
@@ -79,7 +79,8 @@ int32_t unpackSample(const unsigned char* bytes, int bits) {
 int32_t leftJustified(double steps, int bits) {
     const double most = std::ldexp(1.0, bits - 1);
     const double clamped = std::fmin(std::fmax(std::floor(steps + 0.5), -most), most - 1.0);
-    return static_cast<int32_t>(static_cast<uint32_t>(static_cast<int64_t>(clamped)) << (32 - bits));
+    return static_cast<int32_t>(static_cast<uint32_t>(static_cast<int64_t>(clamped))
+                                << (32 - bits));
 }
 
 // libsndfile narrows by dropping the low bits, which always rounds down and
@@ -92,7 +93,8 @@ int32_t roundedTo(int32_t sample, int bits) {
 
 InputFile::InputFile(const std::string& path) : filePath(path) {
     struct stat status;
-    if (stat(path.c_str(), &status) != 0) throw CliError("cannot read " + path + ": " + systemError());
+    if (stat(path.c_str(), &status) != 0)
+        throw CliError("cannot read " + path + ": " + systemError());
     if (!S_ISREG(status.st_mode)) throw CliError("cannot read " + path + ": not a regular file");
     file = sf_open(path.c_str(), SFM_READ, &sfInfo);
     if (file == nullptr)
@@ -132,7 +134,8 @@ void InputFile::requireMonoOrStereo() const {
 
 sf_count_t InputFile::counted(sf_count_t frames) {
     if (sf_error(file) != SF_ERR_NO_ERROR)
-        throw CliError(filePath + " is damaged or truncated: " + withoutFullStop(sf_strerror(file)));
+        throw CliError(filePath +
+                       " is damaged or truncated: " + withoutFullStop(sf_strerror(file)));
     framesRead += frames;
     return frames;
 }
@@ -205,7 +208,8 @@ void releaseTempFile() { pendingTempPath[0] = '\0'; }
 
 int majorFormatFor(const std::string& path) {
     const size_t dot = path.find_last_of("./");
-    std::string extension = dot == std::string::npos || path[dot] == '/' ? "" : path.substr(dot + 1);
+    std::string extension =
+        dot == std::string::npos || path[dot] == '/' ? "" : path.substr(dot + 1);
     for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     if (extension == "wav") return SF_FORMAT_WAV;
     if (extension == "flac") return SF_FORMAT_FLAC;
@@ -273,7 +277,8 @@ OutputFile::OutputFile(const std::string& path, int rate, SampleEncoding encodin
     info.format = majorFormatFor(path) | subtypeFor(encoding);
     if (!sf_format_check(&info))
         throw UsageError(path + ": this file type cannot hold " + encodingName(encoding) +
-                         " samples at " + std::to_string(rate) + " Hz; choose another --bits or type");
+                         " samples at " + std::to_string(rate) +
+                         " Hz; choose another --bits or type");
 
     const size_t slash = path.find_last_of('/');
     std::string name = directoryOf(path) + "/." +
@@ -321,7 +326,8 @@ void OutputFile::writeStereo(const double* samples, sf_count_t frames) {
     }
     const size_t count = static_cast<size_t>(2 * frames);
     if (unpacked.size() < count) unpacked.resize(count);
-    for (size_t i = 0; i < count; ++i) unpacked[i] = leftJustified(std::ldexp(samples[i], fileBits - 1), fileBits);
+    for (size_t i = 0; i < count; ++i)
+        unpacked[i] = leftJustified(std::ldexp(samples[i], fileBits - 1), fileBits);
     written(frames, sf_writef_int(file, unpacked.data(), frames));
 }
 
@@ -340,7 +346,8 @@ void OutputFile::commit() {
     const int closed = sf_close(file);
     file = nullptr;
     if (closed != 0)
-        throw CliError("cannot write " + finalPath + ": " + withoutFullStop(sf_error_number(closed)));
+        throw CliError("cannot write " + finalPath + ": " +
+                       withoutFullStop(sf_error_number(closed)));
     if (fsync(syncFd) != 0 || close(std::exchange(syncFd, -1)) != 0 ||
         rename(tempPath.c_str(), finalPath.c_str()) != 0)
         throw CliError("cannot write " + finalPath + ": " + systemError());

@@ -44,24 +44,27 @@ std::vector<double> readWhole(const std::string& path, int& rate) {
 }
 
 void drawSpectrogram(const std::string& audio, const std::string& image, const std::string& title) {
-    const char* argv[] = {"sox", audio.c_str(), "-n", "spectrogram", "-x", "1000",
-                          "-t", title.c_str(), "-c", "quorvex demo", "-o", image.c_str(), nullptr};
+    const char* argv[] = {"sox",  audio.c_str(), "-n",          "spectrogram", "-x",
+                          "1000", "-t",          title.c_str(), "-c",          "quorvex demo",
+                          "-o",   image.c_str(), nullptr};
     pid_t child;
-    const int failed = posix_spawnp(&child, "sox", nullptr, nullptr, const_cast<char**>(argv), environ);
+    const int failed =
+        posix_spawnp(&child, "sox", nullptr, nullptr, const_cast<char**>(argv), environ);
     if (failed != 0)
         throw CliError("cannot run sox to draw " + image + ": " + std::strerror(failed) +
                        " (tools/setup-debian.sh installs it)");
     int status = 0;
     waitpid(child, &status, 0);
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) throw CliError("sox could not draw " + image);
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
+        throw CliError("sox could not draw " + image);
 }
 
 std::string bandLevel(const std::string& path) {
     int rate = 0;
     const std::vector<double> stereo = readWhole(path, rate);
     char text[64];
-    std::snprintf(text, sizeof text, "%.1f dBFS RMS above %.0f kHz", levelAbove(stereo, rate, kBandEdgeHz),
-                  kBandEdgeHz / 1000.0);
+    std::snprintf(text, sizeof text, "%.1f dBFS RMS above %.0f kHz",
+                  levelAbove(stereo, rate, kBandEdgeHz), kBandEdgeHz / 1000.0);
     return text;
 }
 
@@ -85,16 +88,18 @@ int runDemo(const Arguments& args) {
     request.chain = kChain;
     const ProcessResult result = processFile(request);
 
-    drawSpectrogram(input, dir + "/input.png", "quorvex demo: input, 44.1 kHz 16-bit, band-limited at 16 kHz");
+    drawSpectrogram(input, dir + "/input.png",
+                    "quorvex demo: input, 44.1 kHz 16-bit, band-limited at 16 kHz");
     drawSpectrogram(output, dir + "/output.png", "quorvex demo: output of " + result.chainName);
 
     std::printf("quorvex demo\n");
-    std::printf("  signal  %.0f s of plucked tones with harmonics, a sweep and noise bursts,\n"
-                "          band-limited at %.0f kHz like compressed music\n",
-                kSeconds, kCutoffHz / 1000.0);
+    std::printf(
+        "  signal  %.0f s of plucked tones with harmonics, a sweep and noise bursts,\n"
+        "          band-limited at %.0f kHz like compressed music\n",
+        kSeconds, kCutoffHz / 1000.0);
     std::printf("  chain   %s\n          %s\n", kChain, result.chainName.c_str());
-    std::printf("  input   %s   %d Hz, %d-bit, %s\n", input.c_str(), result.input.rate, result.input.bits,
-                bandLevel(input).c_str());
+    std::printf("  input   %s   %d Hz, %d-bit, %s\n", input.c_str(), result.input.rate,
+                result.input.bits, bandLevel(input).c_str());
     std::printf("  output  %s  %d Hz, %s, %s\n", output.c_str(), result.output.rate,
                 result.outputEncoding.c_str(), bandLevel(output).c_str());
     std::printf("  images  %s/input.png  %s/output.png\n", dir.c_str(), dir.c_str());

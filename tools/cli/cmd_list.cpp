@@ -15,7 +15,8 @@ std::string valueSyntax(const qc::Parameter& param) {
         case qc::ParamKind::Number: return qc::rangeText(param);
         case qc::ParamKind::Choice: {
             std::string text;
-            for (const std::string& choice : param.choices) text += (text.empty() ? "" : "|") + choice;
+            for (const std::string& choice : param.choices)
+                text += (text.empty() ? "" : "|") + choice;
             return text;
         }
         case qc::ParamKind::Switch: return "on|off";

@@ -30,17 +30,22 @@ ProcessRequest parseArguments(const Arguments& args) {
     bool chainGiven = false;
     std::vector<std::string> paths;
     for (size_t i = 0; i < args.size(); ++i) {
-        if (takeOption(args, i, "--chain", request.chain) || takeOption(args, i, "-c", request.chain))
+        if (takeOption(args, i, "--chain", request.chain) ||
+            takeOption(args, i, "-c", request.chain))
             chainGiven = true;
-        else if (takeOption(args, i, "--bits", request.bits)) continue;
-        else if (args[i] == "--quiet" || args[i] == "-q") request.quiet = true;
+        else if (takeOption(args, i, "--bits", request.bits))
+            continue;
+        else if (args[i] == "--quiet" || args[i] == "-q")
+            request.quiet = true;
         else if (args[i].size() > 1 && args[i][0] == '-')
             throw UsageError("process: unknown option '" + args[i] + "'");
-        else paths.push_back(args[i]);
+        else
+            paths.push_back(args[i]);
     }
     if (paths.size() != 2)
         throw UsageError("usage: quorvex process IN OUT --chain \"FILTER:KEY=VALUE,... ...\"");
-    if (!chainGiven) throw UsageError("process: --chain is missing ('quorvex list' shows the filters)");
+    if (!chainGiven)
+        throw UsageError("process: --chain is missing ('quorvex list' shows the filters)");
     request.input = paths[0];
     request.output = paths[1];
     request.showProgress = !request.quiet && isatty(STDERR_FILENO);
@@ -53,9 +58,10 @@ int runProcess(const Arguments& args) {
     const ProcessRequest request = parseArguments(args);
     const ProcessResult result = processFile(request);
     if (result.clippedSamples > 0 && !request.quiet)
-        std::fprintf(stderr, "quorvex: warning: clipped %lld %s over full scale "
-                     "(alc at the end of the chain keeps the output in range)\n", result.clippedSamples,
-                     result.clippedSamples == 1 ? "sample" : "samples");
+        std::fprintf(stderr,
+                     "quorvex: warning: clipped %lld %s over full scale "
+                     "(alc at the end of the chain keeps the output in range)\n",
+                     result.clippedSamples, result.clippedSamples == 1 ? "sample" : "samples");
     if (request.showProgress)
         std::fprintf(stderr, "%s -> %s -> %s (%d Hz, %s), %.1f s of audio in %.2f s\n",
                      request.input.c_str(), result.chainName.c_str(), request.output.c_str(),

@@ -25,7 +25,8 @@ int dispatch(int argc, char** argv) {
     const Arguments args(argv + (argc > 1 ? 2 : 1), argv + argc);
     for (const Command& command : kCommands)
         if (std::strcmp(name, command.name) == 0) return command.run(args);
-    throw UsageError(std::string("unknown command '") + name + "' ('quorvex help' lists the commands)");
+    throw UsageError(std::string("unknown command '") + name +
+                     "' ('quorvex help' lists the commands)");
 }
 
 int report(const std::exception& e, int status) {
@@ -40,7 +41,8 @@ int main(int argc, char** argv) {
         return dispatch(argc, argv);
     } catch (const UsageError& e) {
         return report(e, 2);
-    } catch (const quorvex::chain::SyntaxError& e) {  // a chain that cannot be understood is a usage error
+    } catch (const quorvex::chain::SyntaxError&
+                 e) {  // a chain that cannot be understood is a usage error
         return report(e, 2);
     } catch (const std::exception& e) {
         return report(e, 1);

@@ -24,7 +24,8 @@ struct Totals {
 // Feeds the whole file to the runner, which writes as it goes, then flushes
 // the chain's tail.
 template <typename Runner, typename Sample, typename Read>
-Totals streamFile(InputFile& in, Runner& runner, std::vector<Sample> block, Read read, Progress& progress) {
+Totals streamFile(InputFile& in, Runner& runner, std::vector<Sample> block, Read read,
+                  Progress& progress) {
     while (const sf_count_t frames = read(block.data())) {
         runner.write(block.data(), frames);
         progress.update(runner.framesIn());
@@ -36,11 +37,14 @@ Totals streamFile(InputFile& in, Runner& runner, std::vector<Sample> block, Read
 
 // Float and other non-integer sources, and chains the integer adapter cannot
 // hold: doubles straight into the chain.
-Totals runDoubles(qc::Chain& chain, InputFile& in, OutputFile& out, bool toIntegers, Progress& progress) {
-    qc::DoubleRunner runner(chain, toIntegers,
-                            [&out](const double* stereo, long long frames) { out.writeStereo(stereo, frames); });
-    return streamFile(in, runner, std::vector<double>(2 * kReadFrames),
-                      [&in](double* block) { return in.readStereo(block, kReadFrames); }, progress);
+Totals runDoubles(qc::Chain& chain, InputFile& in, OutputFile& out, bool toIntegers,
+                  Progress& progress) {
+    qc::DoubleRunner runner(chain, toIntegers, [&out](const double* stereo, long long frames) {
+        out.writeStereo(stereo, frames);
+    });
+    return streamFile(
+        in, runner, std::vector<double>(2 * kReadFrames),
+        [&in](double* block) { return in.readStereo(block, kReadFrames); }, progress);
 }
 
 // Integer PCM sources take the host's road through the integer adapter.
@@ -49,12 +53,14 @@ Totals runPcm(qc::Chain& chain, InputFile& in, OutputFile& out, Progress& progre
         out.writeStereoPcm(pcm, frames, bits);
     });
     const int bits = chain.input().bits;
-    return streamFile(in, runner, std::vector<unsigned char>(2 * kReadFrames * (bits / 8)),
-                      [&in, bits](unsigned char* block) { return in.readStereoPcm(block, kReadFrames, bits); },
-                      progress);
+    return streamFile(
+        in, runner, std::vector<unsigned char>(2 * kReadFrames * (bits / 8)),
+        [&in, bits](unsigned char* block) { return in.readStereoPcm(block, kReadFrames, bits); },
+        progress);
 }
 
-SampleEncoding outputEncoding(const ProcessRequest& request, const InputFile& in, const qc::Chain& chain) {
+SampleEncoding outputEncoding(const ProcessRequest& request, const InputFile& in,
+                              const qc::Chain& chain) {
     if (!request.bits.empty()) return parseEncoding(request.bits);
     if (in.integerBits() != 0) return encodingForBits(chain.output().bits);
     return fileTypeHoldsFloat(request.output) ? SampleEncoding::Float : SampleEncoding::Pcm24;
@@ -69,19 +75,21 @@ ProcessResult processFile(const ProcessRequest& request) {
     in.requireMonoOrStereo();
     const int bits = in.integerBits() != 0 ? in.integerBits() : kFloatSourceBits;
     if (steps.front().filter->integerOnly && in.integerBits() == 0)
-        throw CliError(steps.front().filter->name + " works on integer PCM, and " + request.input + " holds " +
-                       in.describeEncoding());
+        throw CliError(steps.front().filter->name + " works on integer PCM, and " + request.input +
+                       " holds " + in.describeEncoding());
     qc::Chain chain(steps, qc::StreamFormat{in.info().samplerate, bits});
     const SampleEncoding encoding = outputEncoding(request, in, chain);
     OutputFile out(request.output, chain.output().rate, encoding);
 
     Progress progress(request.showProgress, in.info().frames, in.info().samplerate);
-    const Totals totals = in.integerBits() != 0 && qc::PcmRunner::accepts(chain)
-                              ? runPcm(chain, in, out, progress)
-                              : runDoubles(chain, in, out, encoding != SampleEncoding::Float, progress);
+    const Totals totals =
+        in.integerBits() != 0 && qc::PcmRunner::accepts(chain)
+            ? runPcm(chain, in, out, progress)
+            : runDoubles(chain, in, out, encoding != SampleEncoding::Float, progress);
     out.commit();
     progress.finish();
 
-    return ProcessResult{chain.input(),     chain.output(),           encodingName(encoding), chain.name(),
-                         totals.framesIn, progress.elapsedSeconds(), totals.clippedSamples};
+    return ProcessResult{chain.input(),        chain.output(),  encodingName(encoding),
+                         chain.name(),         totals.framesIn, progress.elapsedSeconds(),
+                         totals.clippedSamples};
 }

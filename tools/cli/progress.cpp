@@ -10,8 +10,11 @@ constexpr auto kRedrawInterval = std::chrono::milliseconds(100);
 }  // namespace
 
 Progress::Progress(bool visible, long long totalFrames, int rate)
-    : visible(visible), totalFrames(totalFrames), rate(rate),
-      start(std::chrono::steady_clock::now()), lastDrawn(start) {}
+    : visible(visible),
+      totalFrames(totalFrames),
+      rate(rate),
+      start(std::chrono::steady_clock::now()),
+      lastDrawn(start) {}
 
 Progress::~Progress() {
     if (lineOpen) std::fputc('\n', stderr);

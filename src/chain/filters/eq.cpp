@@ -9,7 +9,7 @@ namespace {
 
 using namespace equalizer_block;
 
-const char* const kBandKeys[kBands] = {"63",  "160", "400", "1k",       "2.5k",
+const char* const kBandKeys[kBands] = {"63",   "160", "400", "1k",       "2.5k",
                                        "6.3k", "16k", "32k", "lowshelf", "highshelf"};
 
 // The filter truncates gain * 12 + 12 to a step; a quarter step above the
@@ -23,8 +23,8 @@ void refuseHighBandsAtLowRates(const Settings& settings, const StreamFormat& inp
     for (int band = kLowRateBands; band < kBands; ++band)
         if (settings.given(kBandKeys[band]) && settings.number(kBandKeys[band]) != 0.0)
             throw StreamError(std::string("eq: band ") + kBandKeys[band] +
-                              " acts only at 88200 and 96000 Hz, not at the " + std::to_string(input.rate) +
-                              " Hz of this stream");
+                              " acts only at 88200 and 96000 Hz, not at the " +
+                              std::to_string(input.rate) + " Hz of this stream");
 }
 
 BuiltFilter build(const Settings& settings, const StreamFormat& input) {
@@ -42,7 +42,8 @@ BuiltFilter build(const Settings& settings, const StreamFormat& input) {
 }
 
 Parameter band(const char* key, const char* help) {
-    return wholeParam(key, kGainMin * kDecibelsPerGain, kGainMax * kDecibelsPerGain, "dB", "0", help);
+    return wholeParam(key, kGainMin * kDecibelsPerGain, kGainMax * kDecibelsPerGain, "dB", "0",
+                      help);
 }
 
 }  // namespace

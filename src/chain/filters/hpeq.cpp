@@ -12,7 +12,8 @@ BuiltFilter build(const Settings& settings, const StreamFormat& input) {
     if (settings.isOn("enabled")) requireHighRate("hpeq", input);
     std::vector<Section> sections(hpeq_block::kSectionCount);
     if (settings.given("file")) {
-        const std::vector<Section> read = readSections("hpeq", settings.text("file"), hpeq_block::kSectionCount);
+        const std::vector<Section> read =
+            readSections("hpeq", settings.text("file"), hpeq_block::kSectionCount);
         std::copy(read.begin(), read.end(), sections.begin());
     }
     auto hpeq = std::make_unique<HPEQFilter>();
@@ -27,19 +28,21 @@ BuiltFilter build(const Settings& settings, const StreamFormat& input) {
 }  // namespace
 
 FilterEntry hpeqEntry() {
-    return {{
-                "hpeq",
-                "headphone equalizer: up to three second-order sections, both channels alike",
-                "88200 and 96000 Hz",
-                "set of coefficients and filter history",
-                "file",
-                {
-                    enabledParam(),
-                    pathParam("file",
-                              "sections, one a line: b0 b1 b2 a0 a1 a2 (missing ones pass; none: all pass)"),
-                },
+    return {
+        {
+            "hpeq",
+            "headphone equalizer: up to three second-order sections, both channels alike",
+            "88200 and 96000 Hz",
+            "set of coefficients and filter history",
+            "file",
+            {
+                enabledParam(),
+                pathParam(
+                    "file",
+                    "sections, one a line: b0 b1 b2 a0 a1 a2 (missing ones pass; none: all pass)"),
             },
-            build};
+        },
+        build};
 }
 
 }  // namespace quorvex::chain

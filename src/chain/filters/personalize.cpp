@@ -30,8 +30,9 @@ FilterEntry personalizeEntry() {
                 "file",
                 {
                     enabledParam(),
-                    pathParam("file", "one section for both channels, or two lines: left, then right "
-                                      "(b0 b1 b2 a0 a1 a2 each; none: pass)"),
+                    pathParam("file",
+                              "one section for both channels, or two lines: left, then right "
+                              "(b0 b1 b2 a0 a1 a2 each; none: pass)"),
                 },
             },
             build};

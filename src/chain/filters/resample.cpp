@@ -24,12 +24,13 @@ BuiltFilter build(const Settings& settings, const StreamFormat& input) {
     const int rate = static_cast<int>(settings.number("rate"));
     const long long multiple = commonMultiple(input.rate, rate);
     if (multiple == 0)
-        throw StreamError("resample: " + std::to_string(input.rate) + " and " + std::to_string(rate) +
-                          " Hz have no common multiple within " + std::to_string(kMostMultiples) +
+        throw StreamError("resample: " + std::to_string(input.rate) + " and " +
+                          std::to_string(rate) + " Hz have no common multiple within " +
+                          std::to_string(kMostMultiples) +
                           " multiples of the higher rate; choose a rounder rate");
     const int bits = chosenDepth(settings, input);
-    return {std::make_unique<ReSamplingFilter>(input.rate, input.bits, rate, bits), StreamFormat{rate, bits},
-            kHalfLength / static_cast<double>(multiple)};
+    return {std::make_unique<ReSamplingFilter>(input.rate, input.bits, rate, bits),
+            StreamFormat{rate, bits}, kHalfLength / static_cast<double>(multiple)};
 }
 
 }  // namespace
@@ -37,7 +38,8 @@ BuiltFilter build(const Settings& settings, const StreamFormat& input) {
 FilterEntry resampleEntry() {
     return {{
                 "resample",
-                "converts to a fixed rate through a windowed-sinc low-pass (pass band to 0.44 x the output "
+                "converts to a fixed rate through a windowed-sinc low-pass (pass band to 0.44 x "
+                "the output "
                 "rate, so raising the rate by more than 1.14x leaves images of the input)",
                 "any rate in, the given rate out",
                 "converter (filter table and input history)",

@@ -52,8 +52,7 @@ Parameter gain(const char* key, const char* defaultValue, const char* help) {
     return numberParam(key, kGainMin, kGainMax, "", defaultValue, help);
 }
 
-Parameter strength(const char* key, const char* help) { return gain(key, "0.5", help);
-}
+Parameter strength(const char* key, const char* help) { return gain(key, "0.5", help); }
 
 // Each all-pass length defaults to half its maximum.
 Parameter hallLength(const char* key, int32_t max, const char* help) {

@@ -59,13 +59,12 @@ ALCFilter::~ALCFilter() = default;
 const char* ALCFilter::getName() { return "ALC"; }
 
 int ALCFilter::setParamData(unsigned long id, const void* block, int size) {
-    return paramblock::acceptBlock(kBlock, id, block, size, hasValidFields,
-                                   [this](const unsigned char* bytes) {
-                                       std::memcpy(params, bytes, sizeof params);
-                                       putField<uint32_t>(params, quorvex::kMagicOffset,
-                                                          layout::kMagic);
-                                       gain = 1.0;
-                                   });
+    return paramblock::acceptBlock(
+        kBlock, id, block, size, hasValidFields, [this](const unsigned char* bytes) {
+            std::memcpy(params, bytes, sizeof params);
+            putField<uint32_t>(params, quorvex::kMagicOffset, layout::kMagic);
+            gain = 1.0;
+        });
 }
 
 int ALCFilter::getParamData(unsigned long id, void* block, int size) {

@@ -5,11 +5,11 @@
 
 #include <quorvex/ParamBlocks.h>
 
-#include "framework/ParamBlock.h"
-#include "effects/common/StereoFrames.h"
-#include "effects/equalizer/EqualizerTables.h"
 #include "dsp/Section.h"
 #include "dsp/StereoLanes.h"
+#include "effects/common/StereoFrames.h"
+#include "effects/equalizer/EqualizerTables.h"
+#include "framework/ParamBlock.h"
 
 using paramblock::fieldAt;
 using paramblock::putField;
@@ -50,9 +50,8 @@ using LaneHistory = dsp::SectionHistory<dsp::StereoLanes>;
 // Both channels, in the lanes, through the selected section of each band in
 // turn.
 template <int Sections>
-inline void runBands(const double* feedback, const double* feedForward,
-                     LaneHistory* history, double left, double right, double* outLeft,
-                     double* outRight) {
+inline void runBands(const double* feedback, const double* feedForward, LaneHistory* history,
+                     double left, double right, double* outLeft, double* outRight) {
     dsp::StereoLanes x = {left, right};
     for (int band = 0; band < Sections; ++band) {
         const int at = band * kBandStride + c[band];

@@ -95,9 +95,13 @@ using dsp::StereoLanes;
 template <typename T>
 T load(const double* p);
 template <>
-inline double load<double>(const double* p) { return *p; }
+inline double load<double>(const double* p) {
+    return *p;
+}
 template <>
-inline StereoLanes load<StereoLanes>(const double* p) { return dsp::loadLanes(p); }
+inline StereoLanes load<StereoLanes>(const double* p) {
+    return dsp::loadLanes(p);
+}
 
 inline void store(double* p, double v) { *p = v; }
 inline void store(double* p, StereoLanes v) { dsp::storeLanes(p, v); }

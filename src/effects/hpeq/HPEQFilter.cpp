@@ -20,17 +20,16 @@ constexpr int kSections = layout::kSectionCount;
 
 // The sections in force, shared by every HPEQFilter and the same for both
 // channels; until the first HPEQInit each one passes its input unchanged.
-dsp::SectionCoeffs sections[kSections] = {{1.0, 0.0, 0.0, 0.0, 0.0},
-                                          {1.0, 0.0, 0.0, 0.0, 0.0},
-                                          {1.0, 0.0, 0.0, 0.0, 0.0}};
+dsp::SectionCoeffs sections[kSections] = {
+    {1.0, 0.0, 0.0, 0.0, 0.0}, {1.0, 0.0, 0.0, 0.0, 0.0}, {1.0, 0.0, 0.0, 0.0, 0.0}};
 
 dsp::SectionCoeffs sectionOf(const PhoneAdaptationConfigParams::CoefficientSet& s) {
     return {s.b0, s.b1, s.b2, s.a1, s.a2};
 }
 
 bool hasValidFields(const unsigned char* block) {
-    return paramblock::doublesWithin(block, layout::kSections,
-                                     kSections * coefficients::kDoubles, coefficients::kLimit);
+    return paramblock::doublesWithin(block, layout::kSections, kSections * coefficients::kDoubles,
+                                     coefficients::kLimit);
 }
 
 }  // namespace

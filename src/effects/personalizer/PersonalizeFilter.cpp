@@ -74,11 +74,10 @@ int PersonalizeFilter::getParamData(unsigned long id, void* block, int size) {
 }
 
 void PersonalizeFilter::reset() {
-    sections = {coefficientPair(params, coefficients::kB0),
-                coefficientPair(params, coefficients::kB1),
-                coefficientPair(params, coefficients::kB2),
-                coefficientPair(params, coefficients::kA1),
-                coefficientPair(params, coefficients::kA2)};
+    sections = {
+        coefficientPair(params, coefficients::kB0), coefficientPair(params, coefficients::kB1),
+        coefficientPair(params, coefficients::kB2), coefficientPair(params, coefficients::kA1),
+        coefficientPair(params, coefficients::kA2)};
 }
 
 int PersonalizeFilter::process(const RealAudioBuffer* in, RealAudioBuffer* out) {

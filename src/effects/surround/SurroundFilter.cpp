@@ -63,13 +63,10 @@ SurroundConfigParams defaultParams() {
 Kernel kernelFor(int sampleRate) {
     switch (sampleRate) {
         case 44100:
-        case 48000:
-            return Surround_44k;
+        case 48000: return Surround_44k;
         case 88200:
-        case 96000:
-            return Surround_88k;
-        default:
-            return nullptr;
+        case 96000: return Surround_88k;
+        default: return nullptr;
     }
 }
 
@@ -78,8 +75,7 @@ Kernel kernelFor(int sampleRate) {
 bool SurroundConfigParams::isValid() const {
     return magic == layout::kMagic && isGain(egain_hall) && isGain(egain_natural) &&
            isGain(egain_wide) && isGain(egain_3d) && isGain(egain_echo) &&
-           isHallLength(hall_m1, layout::kHallM1Max) &&
-           isHallLength(hall_m2, layout::kHallM2Max) &&
+           isHallLength(hall_m1, layout::kHallM1Max) && isHallLength(hall_m2, layout::kHallM2Max) &&
            isHallLength(hall_m3, layout::kHallM3Max) && isGain(ga_live) && isGain(gc_live) &&
            isGain(hall_ga1) && isGain(hall_ga2) && isGain(ga_3d) && isGain(gm_3d);
 }
@@ -87,12 +83,11 @@ bool SurroundConfigParams::isValid() const {
 bool SurroundConfigParams::isEqual(SurroundConfigParams& other) const {
     return magic == other.magic && enabledByte(*this) == enabledByte(other) &&
            emode == other.emode && hall_m1 == other.hall_m1 && hall_m2 == other.hall_m2 &&
-           hall_m3 == other.hall_m3 && hall_ga1 == other.hall_ga1 &&
-           hall_ga2 == other.hall_ga2 && egain_hall == other.egain_hall &&
-           egain_natural == other.egain_natural && egain_wide == other.egain_wide &&
-           egain_3d == other.egain_3d && egain_echo == other.egain_echo &&
-           ga_live == other.ga_live && gc_live == other.gc_live && ga_3d == other.ga_3d &&
-           gm_3d == other.gm_3d;
+           hall_m3 == other.hall_m3 && hall_ga1 == other.hall_ga1 && hall_ga2 == other.hall_ga2 &&
+           egain_hall == other.egain_hall && egain_natural == other.egain_natural &&
+           egain_wide == other.egain_wide && egain_3d == other.egain_3d &&
+           egain_echo == other.egain_echo && ga_live == other.ga_live && gc_live == other.gc_live &&
+           ga_3d == other.ga_3d && gm_3d == other.gm_3d;
 }
 
 SurroundFilter::SurroundFilter() : params(defaultParams()) { SurroundInit(params); }

@@ -188,8 +188,7 @@ void SurroundInit(const SurroundConfigParams& params) {
     n1c = n2c = 0;
 }
 
-void allpass(double* ioL, double* ioR, double coef, double (*line)[2], int delay,
-             int* position) {
+void allpass(double* ioL, double* ioR, double coef, double (*line)[2], int delay, int* position) {
     const Lanes y = allpassStep(Lanes{*ioL, *ioR}, coef, line, delay, position);
     *ioL = y[0];
     *ioR = y[1];

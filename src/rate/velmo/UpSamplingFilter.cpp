@@ -20,8 +20,8 @@ namespace layout = quorvex::velmo_block;
 constexpr paramblock::BlockLayout kBlock = {layout::kId, layout::kMagic, layout::kSize,
                                             layout::kSize};
 
-using VelmoKernel = void (*)(double inL, double inR, double* outL0, double* outR0,
-                             double* outL1, double* outR1);
+using VelmoKernel = void (*)(double inL, double inR, double* outL0, double* outR0, double* outL1,
+                             double* outR1);
 
 // The fields past the magic, which the shared screening has checked.
 bool isValidBlock(const unsigned char* block) {

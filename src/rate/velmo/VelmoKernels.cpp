@@ -25,8 +25,7 @@ inline void enhance(double inL, double inR, double gain, double* outL0, double* 
 
 }  // namespace
 
-void Velmo_OFF(double inL, double inR, double* outL0, double* outR0, double* outL1,
-               double* outR1) {
+void Velmo_OFF(double inL, double inR, double* outL0, double* outR0, double* outL1, double* outR1) {
     VelmoOffhf(inL, inR, outL0, outR0, outL1, outR1);
 }
 
@@ -38,7 +37,7 @@ void VelmoCDUpSampler(double inL, double inR, double* outL0, double* outR0, doub
 void VelmoMP3UpSampler(double inL, double inR, double* outL0, double* outR0, double* outL1,
                        double* outR1) {
     enhance<VelmoMP3lf, VelmoMP3hf128, VelmoMP3lpf2>(inL, inR, kMP3Gain, outL0, outR0, outL1,
-                                                      outR1);
+                                                     outR1);
 }
 
 void VelmoCDUpSampler32(double inL, double inR, double* outL0, double* outR0, double* outL1,
@@ -48,6 +47,5 @@ void VelmoCDUpSampler32(double inL, double inR, double* outL0, double* outR0, do
 
 void VelmoMP3UpSampler32(double inL, double inR, double* outL0, double* outR0, double* outL1,
                          double* outR1) {
-    enhance<VelmoMP3lf, VelmoMP3hf32, VelmoMP3lpf2>(inL, inR, kMP3Gain, outL0, outR0, outL1,
-                                                     outR1);
+    enhance<VelmoMP3lf, VelmoMP3hf32, VelmoMP3lpf2>(inL, inR, kMP3Gain, outL0, outR0, outL1, outR1);
 }

@@ -214,8 +214,7 @@ void VelmoOffhf(double inL, double inR, double* out0L, double* out0R, double* ou
     runHeldSteps(sOff_hf, sOff_hf_d, inL, inR, out0L, out0R, out1L, out1R);
 }
 
-void VelmoCDlf(double inL, double inR, double* out0L, double* out0R, double* out1L,
-               double* out1R) {
+void VelmoCDlf(double inL, double inR, double* out0L, double* out0R, double* out1L, double* out1R) {
     runHeldSteps(sVelmoCDlf, sVelmoCDlf_d, inL, inR, out0L, out0R, out1L, out1R);
 }
 

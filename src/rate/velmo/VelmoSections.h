@@ -19,20 +19,17 @@ struct VelmoFrame {
 using VelmoInstants = std::array<VelmoFrame, 2>;
 
 using VelmoStereoStep = void (*)(double inL, double inR, double* outL, double* outR);
-using VelmoHeldSteps = void (*)(double inL, double inR, double* out0L, double* out0R,
-                                double* out1L, double* out1R);
+using VelmoHeldSteps = void (*)(double inL, double inR, double* out0L, double* out0R, double* out1L,
+                                double* out1R);
 using VelmoTwoSteps = VelmoInstants (*)(const VelmoInstants& in);
 
 // The FIR lines of the kernels, each with its own table. Every line advances
 // two steps per call, one per output instant, in a single pass: the
 // interpolating low-passes see the input held for both instants, the high
 // bands take the envelope of each instant.
-void VelmoOffhf(double inL, double inR, double* out0L, double* out0R, double* out1L,
-                double* out1R);
-void VelmoCDlf(double inL, double inR, double* out0L, double* out0R, double* out1L,
-               double* out1R);
-void VelmoMP3lf(double inL, double inR, double* out0L, double* out0R, double* out1L,
-                double* out1R);
+void VelmoOffhf(double inL, double inR, double* out0L, double* out0R, double* out1L, double* out1R);
+void VelmoCDlf(double inL, double inR, double* out0L, double* out0R, double* out1L, double* out1R);
+void VelmoMP3lf(double inL, double inR, double* out0L, double* out0R, double* out1L, double* out1R);
 VelmoInstants VelmoCDhf32(const VelmoInstants& in);
 VelmoInstants VelmoCDhf128(const VelmoInstants& in);
 VelmoInstants VelmoMP3hf32(const VelmoInstants& in);

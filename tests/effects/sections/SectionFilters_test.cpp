@@ -71,9 +71,9 @@ double section(double x, const Set& s, double* d) {
 TEST(SectionFilters, ParameterBlockBoundaries) {
     HPEQFilter hpeq;
     PersonalizeFilter personalizer;
-    for (auto [f, id, other] : {std::tuple<RealAudioFilter*, unsigned long, unsigned long>{
-                                    &hpeq, kHpeq, kPersonalizer},
-                                {&personalizer, kPersonalizer, kHpeq}}) {
+    for (auto [f, id, other] :
+         {std::tuple<RealAudioFilter*, unsigned long, unsigned long>{&hpeq, kHpeq, kPersonalizer},
+          {&personalizer, kPersonalizer, kHpeq}}) {
         const Bytes defaults = block(id, {}, 0);
         EXPECT_EQ(storedBlock(*f, id, static_cast<int>(defaults.size())), defaults);
         Bytes kept = block(id, {kTwice});

@@ -26,9 +26,24 @@ constexpr int kSize = surround_block::kSize;
 constexpr int32_t kAllStages = surround_block::kHall | surround_block::kNatural |
                                surround_block::kLive | surround_block::kWide |
                                surround_block::kEcho | surround_block::k3d;
-constexpr SurroundConfigParams kDefaults = {
-    surround_block::kMagic, false, {0, 0, 0}, 1, 4228, 3854, 2730, 0.7, 0.8, 0.5, 0.5, 0.5, 0.5,
-    0.5, 0.5, 0.5, 0.7, 0.3333};
+constexpr SurroundConfigParams kDefaults = {surround_block::kMagic,
+                                            false,
+                                            {0, 0, 0},
+                                            1,
+                                            4228,
+                                            3854,
+                                            2730,
+                                            0.7,
+                                            0.8,
+                                            0.5,
+                                            0.5,
+                                            0.5,
+                                            0.5,
+                                            0.5,
+                                            0.5,
+                                            0.5,
+                                            0.7,
+                                            0.3333};
 
 void configure(SurroundFilter& f, int emode) {
     SurroundConfigParams p = kDefaults;

@@ -32,8 +32,14 @@ long allocationCount() { return gAllocations.load(std::memory_order_relaxed); }
 void setAllocationsFail(bool fail) { gFail.store(fail, std::memory_order_relaxed); }
 
 extern "C" {
-void* malloc(size_t n) noexcept { return counted([=] { return __libc_malloc(n); }); }
-void* calloc(size_t c, size_t n) noexcept { return counted([=] { return __libc_calloc(c, n); }); }
-void* realloc(void* p, size_t n) noexcept { return counted([=] { return __libc_realloc(p, n); }); }
+void* malloc(size_t n) noexcept {
+    return counted([=] { return __libc_malloc(n); });
+}
+void* calloc(size_t c, size_t n) noexcept {
+    return counted([=] { return __libc_calloc(c, n); });
+}
+void* realloc(void* p, size_t n) noexcept {
+    return counted([=] { return __libc_realloc(p, n); });
+}
 void free(void* p) noexcept { __libc_free(p); }
 }

@@ -111,8 +111,7 @@ TEST(UpSamplingFilterParams, DefaultBlockAndBoundaries) {
                  {velmo_block::kBlockSize, kSize, kSize}};
     for (const auto& c : cases) {
         const Bytes before = stored(f), block = withField(defaults, c.offset, c.value);
-        EXPECT_EQ(f.setParamData(kId, block.data(), kSize), c.result)
-            << c.offset << " " << c.value;
+        EXPECT_EQ(f.setParamData(kId, block.data(), kSize), c.result) << c.offset << " " << c.value;
         EXPECT_EQ(stored(f), c.result < 0 ? before : block) << c.offset << " " << c.value;
     }
     testutil::expectBlockChecks(f, kId, kId + 1,

@@ -25,8 +25,10 @@
 
 constexpr int kRate = 44100;
 constexpr int kWav16 = SF_FORMAT_WAV | SF_FORMAT_PCM_16, kWav24 = SF_FORMAT_WAV | SF_FORMAT_PCM_24,
-              kWavFloat = SF_FORMAT_WAV | SF_FORMAT_FLOAT, kFlac16 = SF_FORMAT_FLAC | SF_FORMAT_PCM_16,
-              kFlac24 = SF_FORMAT_FLAC | SF_FORMAT_PCM_24, kAiff16 = SF_FORMAT_AIFF | SF_FORMAT_PCM_16,
+              kWavFloat = SF_FORMAT_WAV | SF_FORMAT_FLOAT,
+              kFlac16 = SF_FORMAT_FLAC | SF_FORMAT_PCM_16,
+              kFlac24 = SF_FORMAT_FLAC | SF_FORMAT_PCM_24,
+              kAiff16 = SF_FORMAT_AIFF | SF_FORMAT_PCM_16,
               kAiff24 = SF_FORMAT_AIFF | SF_FORMAT_PCM_24;
 
 inline std::string fileBytes(const std::string& path) {
@@ -111,7 +113,8 @@ inline std::vector<double> musicLike(int frames, int channels, int rate = kRate)
     std::uniform_real_distribution<double> spread(-0.02, 0.02);
     std::vector<double> samples(static_cast<size_t>(frames) * channels);
     for (size_t i = 0; i < samples.size(); ++i) {
-        const double phase = 2 * std::acos(-1.0) * (220.0 + 110.0 * (i % channels)) * (i / channels) / rate;
+        const double phase =
+            2 * std::acos(-1.0) * (220.0 + 110.0 * (i % channels)) * (i / channels) / rate;
         for (int h = 1; h <= 5; ++h) samples[i] += 0.1 / h * std::sin(h * phase);
         samples[i] += spread(noise);
     }
@@ -119,8 +122,8 @@ inline std::vector<double> musicLike(int frames, int channels, int rate = kRate)
 }
 
 // `samples` `repeat` times over, as a file of `format`.
-inline void writeAudio(const std::string& path, int format, int channels, const std::vector<double>& samples,
-                       int rate = kRate, int repeat = 1) {
+inline void writeAudio(const std::string& path, int format, int channels,
+                       const std::vector<double>& samples, int rate = kRate, int repeat = 1) {
     SF_INFO info{0, rate, channels, format, 0, 0};
     SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
     ASSERT_NE(file, nullptr) << sf_strerror(nullptr);

@@ -31,7 +31,18 @@ const BadRun kBadRuns[] = {
     {"TruncatedWav", "alc", "truncated", 1, "in.wav", kWav16, "out.wav", {}, true},
     {"TruncatedFlac", "alc", "truncated", 1, "in.flac", kFlac16, "out.flac", {}, true},
     {"TruncatedAiff", "alc", "truncated", 1, "in.aiff", kAiff24, "out.aiff", {}, true},
-    {"MoreThanTwoChannels", "alc", "3 channels", 1, "in.wav", kWav16, "out.wav", {}, false, 0, kRate, 3},
+    {"MoreThanTwoChannels",
+     "alc",
+     "3 channels",
+     1,
+     "in.wav",
+     kWav16,
+     "out.wav",
+     {},
+     false,
+     0,
+     kRate,
+     3},
     {"UnknownFilter", "alc nosuch:x=1", "unknown filter 'nosuch'", 2},
     {"UnknownParameter", "alc:gain=3", "unknown parameter 'gain'", 2},
     {"ValueOutOfRange", "alc:recovery=2", "recovery takes 0 to 1", 2},
@@ -43,18 +54,41 @@ const BadRun kBadRuns[] = {
     {"SharedStateFilterTwice", "eq:63=+3 alc eq:1k=-2", "holds eq twice", 2},
     {"BandAbsentAtThisRate", "eq:32k=+3", "acts only at 88200 and 96000 Hz", 1},
     {"HighRateFilterOnCdAudio", "hpeq", "works at 88200 or 96000 Hz", 1},
-    {"EnhancerAt96000Hz", "velmo:enhance=on", "velmo works at 44100 or 48000 Hz, not at the 96000 Hz",
-     1, "in.wav", kWav16, "out.wav", {}, false, 0, 96000},
+    {"EnhancerAt96000Hz",
+     "velmo:enhance=on",
+     "velmo works at 44100 or 48000 Hz, not at the 96000 Hz",
+     1,
+     "in.wav",
+     kWav16,
+     "out.wav",
+     {},
+     false,
+     0,
+     96000},
     {"EnhancerOnA32BitSource", "velmo", "velmo enhances 16- and 24-bit sources", 1, "in.wav",
      SF_FORMAT_WAV | SF_FORMAT_PCM_32},
     {"SectionsFileMissing", "alc personalize:file=none.txt,enabled=off", "cannot read", 1},
-    {"OutputIsTheInput", "alc", "is the input file", 2, "in.wav", kWav16, "./in.wav"},  // another spelling
+    {"OutputIsTheInput", "alc", "is the input file", 2, "in.wav", kWav16,
+     "./in.wav"},  // another spelling
     {"OutputDirectoryMissing", "alc", "cannot write", 1, "in.wav", kWav16, "missing/out.wav"},
     {"DiskFull", "alc", "cannot write", 1, "in.wav", kWav16, "out.wav", {}, false, 100000},
     {"UnknownOutputType", "alc", ".wav, .flac and .aiff", 2, "in.wav", kWav16, "out.mp3"},
-    {"DepthTheOutputTypeCannotHold", "alc", "cannot hold 32-bit", 2, "in.wav", kWav16, "out.flac",
+    {"DepthTheOutputTypeCannotHold",
+     "alc",
+     "cannot hold 32-bit",
+     2,
+     "in.wav",
+     kWav16,
+     "out.flac",
      {"--bits", "32"}},
-    {"UnknownDepth", "alc", "choose 16, 24, 32 or float", 2, "in.wav", kWav16, "out.wav", {"--bits", "12"}},
+    {"UnknownDepth",
+     "alc",
+     "choose 16, 24, 32 or float",
+     2,
+     "in.wav",
+     kWav16,
+     "out.wav",
+     {"--bits", "12"}},
     {"EmptyDepth", "alc", "--bits needs a value", 2, "in.wav", kWav16, "out.wav", {"--bits="}},
     {"UnknownOption", "alc", "unknown option '--loud'", 2, "in.wav", kWav16, "out.wav", {"--loud"}},
 };
@@ -70,7 +104,8 @@ TEST_P(CliBadInput, FailsWithOneClearLineAndLeavesNoOutput) {
     const std::string whole = fileBytes(dir.file(bad.in));
     if (bad.cut) writeText(dir.file(bad.in), whole.substr(0, whole.size() / 2));
     if (!std::strchr(bad.out, '/')) writeText(dir.file(bad.out), "an earlier result");
-    std::vector<std::string> args{"process", dir.file(bad.in), dir.file(bad.out), "--chain", bad.chain};
+    std::vector<std::string> args{"process", dir.file(bad.in), dir.file(bad.out), "--chain",
+                                  bad.chain};
     args.insert(args.end(), bad.extra.begin(), bad.extra.end());
     const std::vector<std::string> before = dir.names();
     std::vector<std::string> contents;
@@ -87,6 +122,8 @@ TEST_P(CliBadInput, FailsWithOneClearLineAndLeavesNoOutput) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, CliBadInput, testing::ValuesIn(kBadRuns),
-                         [](const testing::TestParamInfo<BadRun>& info) { return info.param.name; });
+                         [](const testing::TestParamInfo<BadRun>& info) {
+                             return info.param.name;
+                         });
 
 }  // namespace

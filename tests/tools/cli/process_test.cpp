@@ -6,11 +6,13 @@ namespace {
 
 std::string named(const char* stem, int format) {
     const int type = format & SF_FORMAT_TYPEMASK;
-    return stem + std::string(type == SF_FORMAT_FLAC ? ".flac" : type == SF_FORMAT_AIFF ? ".aiff" : ".wav");
+    return stem + std::string(type == SF_FORMAT_FLAC   ? ".flac"
+                              : type == SF_FORMAT_AIFF ? ".aiff"
+                                                       : ".wav");
 }
 
-std::vector<std::string> process(const ScratchDir& dir, const std::string& in, const std::string& out,
-                                 const std::string& chain) {
+std::vector<std::string> process(const ScratchDir& dir, const std::string& in,
+                                 const std::string& out, const std::string& chain) {
     return {"process", dir.file(in), dir.file(out), "--chain", chain};
 }
 
@@ -19,9 +21,11 @@ struct RoundTrip {
     int channels;      // mono comes out as stereo, the same on both sides
     const char* bits;  // --bits, if not empty
     int outFormat;
-    double steps;  // the most a sample may move, in steps of the output depth (2^-23 for float); 0: none
+    double steps;  // the most a sample may move, in steps of the output depth (2^-23 for float); 0:
+                   // none
     bool towardZero = false;
-    uint32_t placeholder = 0;  // in place of the audio chunk's size, as a writer into a pipe leaves it
+    uint32_t placeholder =
+        0;  // in place of the audio chunk's size, as a writer into a pipe leaves it
 };
 
 // With every filter switched off the samples come back as they went in. The
@@ -31,16 +35,22 @@ struct RoundTrip {
 // of offset. A file with a placeholder size is read to its end, not refused.
 TEST(CliProcess, DisabledChainHandsTheSamplesBack) {
     const double nearest = 0.5 + 1.0 / 128;  // the integer road may move one 24-bit step
-    const RoundTrip trips[] = {
-        {kWav16, 2, "", kWav16, 0}, {kWav16, 1, "", kWav16, 0}, {kFlac24, 2, "", kFlac24, 1, true},
-        {kWavFloat, 2, "", kWavFloat, 0}, {kWav16, 2, "24", kAiff24, 0}, {kWav24, 2, "16", kWav16, nearest},
-        {kWavFloat, 2, "16", kWav16, nearest}, {kWav16, 2, "", kWav16, 0, false, 0xFFFFFFFF},
-        {kWav16, 2, "", kWav16, 0, false, 0x7FFFF000}, {kAiff16, 2, "", kAiff16, 0, false, 0x7F000008}};
+    const RoundTrip trips[] = {{kWav16, 2, "", kWav16, 0},
+                               {kWav16, 1, "", kWav16, 0},
+                               {kFlac24, 2, "", kFlac24, 1, true},
+                               {kWavFloat, 2, "", kWavFloat, 0},
+                               {kWav16, 2, "24", kAiff24, 0},
+                               {kWav24, 2, "16", kWav16, nearest},
+                               {kWavFloat, 2, "16", kWav16, nearest},
+                               {kWav16, 2, "", kWav16, 0, false, 0xFFFFFFFF},
+                               {kWav16, 2, "", kWav16, 0, false, 0x7FFFF000},
+                               {kAiff16, 2, "", kAiff16, 0, false, 0x7F000008}};
     for (const RoundTrip& c : trips) {
         ScratchDir dir;
         const std::string source = named("in", c.format), target = named("out", c.outFormat);
-        SCOPED_TRACE(source + " to " + target + " --bits " + c.bits + ", " + std::to_string(c.channels) +
-                     " channels, size " + std::to_string(c.placeholder));
+        SCOPED_TRACE(source + " to " + target + " --bits " + c.bits + ", " +
+                     std::to_string(c.channels) + " channels, size " +
+                     std::to_string(c.placeholder));
         writeAudio(dir.file(source), c.format, c.channels, musicLike(kRate, c.channels));
         const Audio in = readAudio(dir.file(source));
         if (c.placeholder != 0) {
@@ -52,7 +62,8 @@ TEST(CliProcess, DisabledChainHandsTheSamplesBack) {
             writeText(dir.file(source), bytes);
         }
         std::vector<std::string> args = process(dir, source, target,
-            "alc:enabled=off eq:enabled=off hpeq:enabled=off personalize:enabled=off surround:enabled=off");
+                                                "alc:enabled=off eq:enabled=off hpeq:enabled=off "
+                                                "personalize:enabled=off surround:enabled=off");
         if (*c.bits) args.insert(args.end(), {"--bits", c.bits});
         const RunResult run = runQuorvex(args);
         ASSERT_EQ(run.status, 0) << run.err;
@@ -62,13 +73,15 @@ TEST(CliProcess, DisabledChainHandsTheSamplesBack) {
         EXPECT_EQ(out.info.samplerate, kRate);
         ASSERT_EQ(out.info.channels, 2);
         ASSERT_EQ(out.values.size(), in.values.size() * 2 / c.channels);
-        const double step = std::ldexp(1.0, c.outFormat == kWav16 || c.outFormat == kAiff16 ? -15 : -23);
+        const double step =
+            std::ldexp(1.0, c.outFormat == kWav16 || c.outFormat == kAiff16 ? -15 : -23);
         double worst = 0.0, offset = 0.0;
         for (size_t i = 0; i < out.values.size(); ++i) {
             const double before = in.values[i / 2 * c.channels + i % c.channels];
             worst = std::fmax(worst, std::fabs(out.values[i] - before) / step);
             offset += (out.values[i] - before) / step / static_cast<double>(out.values.size());
-            ASSERT_TRUE(!c.towardZero || std::fabs(out.values[i]) <= std::fabs(before)) << "sample " << i;
+            ASSERT_TRUE(!c.towardZero || std::fabs(out.values[i]) <= std::fabs(before))
+                << "sample " << i;
         }
         EXPECT_LE(worst, c.steps);
         EXPECT_LT(std::fabs(offset), 0.05);
@@ -79,7 +92,8 @@ TEST(CliProcess, EnhancerDoublesTheRateAndWrites24Bits) {
     ScratchDir dir;
     writeAudio(dir.file("in.flac"), kFlac16, 2, musicLike(kRate, 2));
     for (const std::string settings : {"", ":source=mp3,mode=fine", ":enhance=off"}) {
-        const RunResult run = runQuorvex(process(dir, "in.flac", "out.flac", "eq:1k=+2 velmo" + settings));
+        const RunResult run =
+            runQuorvex(process(dir, "in.flac", "out.flac", "eq:1k=+2 velmo" + settings));
         ASSERT_EQ(run.status, 0) << settings << ": " << run.err;
         const Audio out = readAudio(dir.file("out.flac"));
         EXPECT_EQ(out.info.format, kFlac24) << settings;
@@ -98,13 +112,15 @@ TEST(CliProcess, IntegerSourcesOfAnyLengthRunThroughRisingChains) {
     for (const int rate : {44100, 48000})
         for (const int frames : {1, 3000, 4095, rate})
             for (const char* chain : {"velmo decimate", "velmo resample:44100"}) {
-                SCOPED_TRACE(std::to_string(frames) + " frames at " + std::to_string(rate) + " Hz, " + chain);
+                SCOPED_TRACE(std::to_string(frames) + " frames at " + std::to_string(rate) +
+                             " Hz, " + chain);
                 writeAudio(dir.file("in.wav"), kWav16, 2, musicLike(frames, 2, rate), rate);
                 const RunResult run = runQuorvex(process(dir, "in.wav", "out.wav", chain));
                 ASSERT_EQ(run.status, 0) << run.err;
                 const Audio out = readAudio(dir.file("out.wav"));
                 EXPECT_EQ(out.info.format, kWav24);
-                EXPECT_EQ(out.info.frames, frames * static_cast<long long>(out.info.samplerate) / rate);
+                EXPECT_EQ(out.info.frames,
+                          frames * static_cast<long long>(out.info.samplerate) / rate);
             }
 }
 
@@ -143,10 +159,13 @@ std::vector<double> fadedTone(int frames, int rate) {
 TEST(CliProcess, RateConvertersLineUpWithTheirInputFromEndToEnd) {
     ScratchDir dir;
     writeAudio(dir.file("in.wav"), kWavFloat, 2, fadedTone(kRate / 2, kRate));
-    // The chain, the rate it writes and the largest difference allowed; one sample off is ten times more.
+    // The chain, the rate it writes and the largest difference allowed; one sample off is ten times
+    // more.
     const std::tuple<const char*, int, double> cases[] = {
-        {"resample:44100", kRate, 1e-5}, {"resample:88200", 2 * kRate, 1e-5},
-        {"resample:22050", kRate / 2, 1e-5}, {"velmo:enhance=off decimate", kRate, 6e-3}};
+        {"resample:44100", kRate, 1e-5},
+        {"resample:88200", 2 * kRate, 1e-5},
+        {"resample:22050", kRate / 2, 1e-5},
+        {"velmo:enhance=off decimate", kRate, 6e-3}};
     for (const auto& [chain, rate, tolerance] : cases) {
         const RunResult run = runQuorvex(process(dir, "in.wav", "out.wav", chain));
         ASSERT_EQ(run.status, 0) << chain << ": " << run.err;
@@ -170,7 +189,8 @@ TEST(CliProcess, OversOnTheWayToIntegersAreClippedNotWrapped) {
     const Audio out = readAudio(dir.file("out.wav"));
     ASSERT_EQ(out.values.size(), in.values.size());
     for (size_t i = 0; i < in.values.size(); ++i)
-        ASSERT_TRUE(std::fabs(in.values[i]) < 0.4 || in.values[i] * out.values[i] > 0.0) << "sample " << i;
+        ASSERT_TRUE(std::fabs(in.values[i]) < 0.4 || in.values[i] * out.values[i] > 0.0)
+            << "sample " << i;
 }
 
 // Every filter `list` names builds with its defaults and runs, on CD audio
@@ -186,7 +206,8 @@ TEST(CliProcess, EveryListedFilterRunsWithItsDefaults) {
         const std::string name = line.substr(0, line.find(':'));
         ++listed;
         const RunResult cd = runQuorvex(process(dir, "cd.wav", "out.wav", name));
-        const RunResult high = cd.status == 0 ? cd : runQuorvex(process(dir, "high.wav", "out.wav", name));
+        const RunResult high =
+            cd.status == 0 ? cd : runQuorvex(process(dir, "high.wav", "out.wav", name));
         EXPECT_EQ(high.status, 0) << name << ": " << cd.err << high.err;
     }
     EXPECT_GE(listed, 2);
