@@ -301,6 +301,9 @@ OutputFile::OutputFile(const std::string& path, int rate, SampleEncoding encodin
         throw CliError("cannot write " + path + ": " + withoutFullStop(sf_strerror(nullptr)));
     }
     fileBits = integerBitsOf(encoding);
+    // Integers written into a float file land at full scale 1.0, as their
+    // doubles would; unscaled they would come out 2^31 times too large.
+    if (fileBits == 0) sf_command(file, SFC_SET_SCALE_INT_FLOAT_WRITE, nullptr, SF_TRUE);
 }
 
 OutputFile::~OutputFile() {

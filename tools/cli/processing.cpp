@@ -81,11 +81,16 @@ ProcessResult processFile(const ProcessRequest& request) {
     const SampleEncoding encoding = outputEncoding(request, in, chain);
     OutputFile out(request.output, chain.output().rate, encoding);
 
+    // The integer road rounds to the chain's own output depth; another depth
+    // asked for takes the doubles, so it gets the chain's full precision. A
+    // chain of one integer filter has no double road.
+    const bool chainDepth = encoding == encodingForBits(chain.output().bits);
+    const bool integerRoad = chain.integerFilter() != nullptr ||
+                             (in.integerBits() != 0 && chainDepth && qc::PcmRunner::accepts(chain));
     Progress progress(request.showProgress, in.info().frames, in.info().samplerate);
     const Totals totals =
-        in.integerBits() != 0 && qc::PcmRunner::accepts(chain)
-            ? runPcm(chain, in, out, progress)
-            : runDoubles(chain, in, out, encoding != SampleEncoding::Float, progress);
+        integerRoad ? runPcm(chain, in, out, progress)
+                    : runDoubles(chain, in, out, encoding != SampleEncoding::Float, progress);
     out.commit();
     progress.finish();
 

@@ -214,3 +214,36 @@ TEST(CliProcess, EveryListedFilterRunsWithItsDefaults) {
 }
 
 }  // namespace
+
+// A depth asked for with --bits carries the chain's result at that depth:
+// float output at full scale 1.0 (not the integers' scale), and more bits
+// than the source holds the chain's precision instead of the source's steps
+// padded with zeros.
+TEST(CliProcess, BitsOptionKeepsScaleAndPrecision) {
+    ScratchDir dir;
+    struct Case {
+        int format;
+        const char* bits;
+        int sourceBits;
+    };
+    for (const Case c : {Case{kWav16, "float", 16}, Case{kFlac24, "float", 24},
+                         Case{kWav16, "24", 16}, Case{kWav16, "32", 16}, Case{kFlac24, "32", 24}}) {
+        const std::string in = named("in", c.format);
+        writeAudio(dir.file(in), c.format, 2, musicLike(kRate / 4, 2));
+        std::vector<std::string> args = process(dir, in, "out.wav", "eq:1k=-6");
+        args.insert(args.end(), {"--bits", c.bits});
+        const RunResult run = runQuorvex(args);
+        ASSERT_EQ(run.status, 0) << c.bits << ": " << run.err;
+        const Audio out = readAudio(dir.file("out.wav"));
+        double peak = 0.0;
+        bool finerThanSource = false;
+        for (double v : out.values) {
+            peak = std::max(peak, std::fabs(v));
+            const double steps = std::ldexp(v, c.sourceBits - 1);
+            finerThanSource = finerThanSource || steps != std::round(steps);
+        }
+        EXPECT_GT(peak, 0.1) << named("in", c.format) << " --bits " << c.bits;
+        EXPECT_LT(peak, 1.0) << named("in", c.format) << " --bits " << c.bits;
+        EXPECT_TRUE(finerThanSource) << named("in", c.format) << " --bits " << c.bits;
+    }
+}
