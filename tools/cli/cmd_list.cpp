@@ -43,7 +43,7 @@ void printEntry(const qc::FilterInfo& entry) {
 constexpr const char* kHelp = R"(quorvex: runs audio files through chains of the library's filters
 
 usage:
-  quorvex process IN OUT --chain "CHAIN" [--bits 16|24|32|float] [--quiet]
+  quorvex process [-t TYPE] IN [-t TYPE] OUT --chain "CHAIN" [--bits 16|24|32|float] [--quiet]
   quorvex info FILE
   quorvex list
   quorvex demo [DIR]
@@ -59,6 +59,11 @@ process   reads IN, runs it through CHAIN and writes OUT (.wav, .flac or .aiff).
           warning. OUT appears only when everything went well; IN is never
           changed. A progress bar shows on stderr when it is a terminal
           (--quiet: none, and no warnings).
+          IN or OUT "-" is standard input or output; -t wav|flac|aiff|raw
+          names the type of the file after it where no extension does. Raw
+          input (little-endian) needs --rate HZ and --channels 1|2, and
+          --encoding 24|32|float unless it is 16-bit. AIFF cannot stream
+          into a pipe.
 info      format, rate, depth, channels, length, peak and RMS level of FILE.
 list      every filter with its parameters, ranges, defaults and rates.
 demo      synthesises a test signal, runs it through an equalizer and the
