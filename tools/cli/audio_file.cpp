@@ -1,7 +1,9 @@
 #include "audio_file.h"
 
 #include "error.h"
+#include "stream_io.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -89,16 +91,83 @@ int32_t roundedTo(int32_t sample, int bits) {
     return leftJustified(std::ldexp(static_cast<double>(sample), bits - 32), bits);
 }
 
+int majorFormatOfType(const std::string& type) {
+    if (type == "wav") return SF_FORMAT_WAV;
+    if (type == "flac") return SF_FORMAT_FLAC;
+    if (type == "aif" || type == "aiff") return SF_FORMAT_AIFF;
+    if (type == "raw") return SF_FORMAT_RAW | SF_ENDIAN_LITTLE;
+    return 0;
+}
+
+std::string extensionOf(const std::string& path) {
+    const size_t dot = path.find_last_of("./");
+    std::string extension =
+        dot == std::string::npos || path[dot] == '/' ? "" : path.substr(dot + 1);
+    for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return extension;
+}
+
+// The container named by `type`, or else by the path's extension.
+int majorFormatFor(const std::string& path, const std::string& type) {
+    if (!type.empty()) return majorFormatOfType(type);
+    if (isStandardStream(path))
+        throw UsageError(
+            "standard output has no extension; name its type with -t wav, -t flac, "
+            "-t aiff or -t raw before the -");
+    const std::string extension = extensionOf(path);
+    const int format = extension == "raw" ? 0 : majorFormatOfType(extension);
+    if (format != 0) return format;
+    throw UsageError(path + ": quorvex writes .wav, .flac and .aiff files; choose one of these");
+}
+
+int subtypeFor(SampleEncoding encoding) {
+    switch (encoding) {
+        case SampleEncoding::Pcm16: return SF_FORMAT_PCM_16;
+        case SampleEncoding::Pcm24: return SF_FORMAT_PCM_24;
+        case SampleEncoding::Pcm32: return SF_FORMAT_PCM_32;
+        case SampleEncoding::Float: return SF_FORMAT_FLOAT;
+    }
+    return 0;
+}
+
 }  // namespace
 
-InputFile::InputFile(const std::string& path) : filePath(path) {
-    struct stat status;
-    if (stat(path.c_str(), &status) != 0)
+bool isStandardStream(const std::string& path) { return path == "-"; }
+
+namespace {
+
+// A descriptor libsndfile can seek in: the file itself, or a pipe's contents
+// kept in a temporary file.
+int openForReading(const std::string& path) {
+    const bool stdinStream = isStandardStream(path);
+    const int fd = stdinStream ? STDIN_FILENO : open(path.c_str(), O_RDONLY);
+    struct stat status {};
+    if (fd < 0 || fstat(fd, &status) != 0)
         throw CliError("cannot read " + path + ": " + systemError());
-    if (!S_ISREG(status.st_mode)) throw CliError("cannot read " + path + ": not a regular file");
-    file = sf_open(path.c_str(), SFM_READ, &sfInfo);
+    if (S_ISREG(status.st_mode)) return stdinStream ? dup(fd) : fd;
+    const int kept = spool(fd, stdinStream ? "standard input" : path);
+    if (!stdinStream) close(fd);
+    return kept;
+}
+
+}  // namespace
+
+InputFile::InputFile(const std::string& path, const FileFormat& format) : filePath(path) {
+    const int fd = openForReading(path);
+    if (format.type == "raw") {
+        sfInfo.samplerate = format.rate;
+        sfInfo.channels = format.channels;
+        sfInfo.format = majorFormatOfType("raw") | subtypeFor(format.encoding);
+    }
+    file = sf_open_fd(fd, SFM_READ, &sfInfo, SF_TRUE);
     if (file == nullptr)
         throw CliError("cannot read " + path + ": " + withoutFullStop(sf_strerror(nullptr)));
+    if (!format.type.empty() && (sfInfo.format & SF_FORMAT_TYPEMASK) !=
+                                    (majorFormatOfType(format.type) & SF_FORMAT_TYPEMASK)) {
+        sf_close(file);
+        throw CliError(path + " is not a " + format.type + " file (it holds " +
+                       describeContainer() + ")");
+    }
     if (logShowsShortAudioChunk(file)) {
         sf_close(file);
         throw CliError(path + " is truncated: the file ends before the audio its header announces");
@@ -206,27 +275,6 @@ void guardTempFile(const std::string& path) {
 
 void releaseTempFile() { pendingTempPath[0] = '\0'; }
 
-int majorFormatFor(const std::string& path) {
-    const size_t dot = path.find_last_of("./");
-    std::string extension =
-        dot == std::string::npos || path[dot] == '/' ? "" : path.substr(dot + 1);
-    for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    if (extension == "wav") return SF_FORMAT_WAV;
-    if (extension == "flac") return SF_FORMAT_FLAC;
-    if (extension == "aif" || extension == "aiff") return SF_FORMAT_AIFF;
-    throw UsageError(path + ": quorvex writes .wav, .flac and .aiff files; choose one of these");
-}
-
-int subtypeFor(SampleEncoding encoding) {
-    switch (encoding) {
-        case SampleEncoding::Pcm16: return SF_FORMAT_PCM_16;
-        case SampleEncoding::Pcm24: return SF_FORMAT_PCM_24;
-        case SampleEncoding::Pcm32: return SF_FORMAT_PCM_32;
-        case SampleEncoding::Float: return SF_FORMAT_FLOAT;
-    }
-    return 0;
-}
-
 int integerBitsOf(SampleEncoding encoding) {
     switch (encoding) {
         case SampleEncoding::Pcm16: return 16;
@@ -261,24 +309,29 @@ const char* encodingName(SampleEncoding encoding) {
     return "";
 }
 
-bool fileTypeHoldsFloat(const std::string& path) {
+bool fileTypeHoldsFloat(const std::string& path, const std::string& type) {
     SF_INFO info{};
     info.samplerate = 44100;
     info.channels = 2;
-    info.format = majorFormatFor(path) | SF_FORMAT_FLOAT;
+    info.format = majorFormatFor(path, type) | SF_FORMAT_FLOAT;
     return sf_format_check(&info) != 0;
 }
 
-OutputFile::OutputFile(const std::string& path, int rate, SampleEncoding encoding)
-    : finalPath(path) {
+OutputFile::OutputFile(const std::string& path, int rate, SampleEncoding encoding,
+                       const std::string& type)
+    : finalPath(path), fileBits(integerBitsOf(encoding)) {
     SF_INFO info{};
     info.samplerate = rate;
     info.channels = 2;
-    info.format = majorFormatFor(path) | subtypeFor(encoding);
+    info.format = majorFormatFor(path, type) | subtypeFor(encoding);
     if (!sf_format_check(&info))
         throw UsageError(path + ": this file type cannot hold " + encodingName(encoding) +
                          " samples at " + std::to_string(rate) +
                          " Hz; choose another --bits or type");
+    if (isStandardStream(path)) {
+        openStandardOutput(info);
+        return;
+    }
 
     const size_t slash = path.find_last_of('/');
     std::string name = directoryOf(path) + "/." +
@@ -300,9 +353,34 @@ OutputFile::OutputFile(const std::string& path, int rate, SampleEncoding encodin
         releaseTempFile();
         throw CliError("cannot write " + path + ": " + withoutFullStop(sf_strerror(nullptr)));
     }
-    fileBits = integerBitsOf(encoding);
-    // Integers written into a float file land at full scale 1.0, as their
-    // doubles would; unscaled they would come out 2^31 times too large.
+    scaleIntegersIntoFloats();
+}
+
+// Standard output redirected to a file is written as that file; a pipe gets
+// a stream that only grows, which AIFF, with its length up front, cannot be.
+void OutputFile::openStandardOutput(SF_INFO& info) {
+    if (lseek(STDOUT_FILENO, 0, SEEK_CUR) >= 0) {
+        file = sf_open_fd(STDOUT_FILENO, SFM_WRITE, &info, SF_FALSE);
+    } else {
+        if ((info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_AIFF)
+            throw UsageError(
+                "AIFF cannot stream into a pipe: its header holds the length; "
+                "write -t wav or -t flac to standard output");
+        sink = std::make_unique<StreamSink>(STDOUT_FILENO);
+        file = sf_open_virtual(sink->io(), SFM_WRITE, &info, sink.get());
+    }
+    if (file == nullptr)
+        throw CliError("cannot write to standard output: " + withoutFullStop(sf_strerror(nullptr)));
+    scaleIntegersIntoFloats();
+    if (sink) {
+        sf_command(file, SFC_UPDATE_HEADER_NOW, nullptr, 0);
+        sink->release();
+    }
+}
+
+// Integers written into a float file land at full scale 1.0, as their doubles
+// would; unscaled they would come out 2^31 times too large.
+void OutputFile::scaleIntegersIntoFloats() {
     if (fileBits == 0) sf_command(file, SFC_SET_SCALE_INT_FLOAT_WRITE, nullptr, SF_TRUE);
 }
 
@@ -351,6 +429,8 @@ void OutputFile::commit() {
     if (closed != 0)
         throw CliError("cannot write " + finalPath + ": " +
                        withoutFullStop(sf_error_number(closed)));
+    if (sink) sink->flush();
+    if (tempPath.empty()) return;  // standard output: nothing to move into place
     if (fsync(syncFd) != 0 || close(std::exchange(syncFd, -1)) != 0 ||
         rename(tempPath.c_str(), finalPath.c_str()) != 0)
         throw CliError("cannot write " + finalPath + ": " + systemError());
@@ -359,6 +439,7 @@ void OutputFile::commit() {
 }
 
 void refuseSameFile(const std::string& in, const std::string& out) {
+    if (isStandardStream(in) || isStandardStream(out)) return;
     struct stat inStatus;
     struct stat outStatus;
     if (stat(in.c_str(), &inStatus) == 0 && stat(out.c_str(), &outStatus) == 0 &&

@@ -3,16 +3,35 @@
 
 // Audio files through libsndfile. Reading widens mono to stereo; writing goes
 // to a temporary file beside the target that only commit() renames into
-// place, so a failed run leaves no partial output behind.
+// place, so a failed run leaves no partial output behind. The path "-" stands
+// for standard input or output, which are streamed without a temporary file.
+
+#include "stream_io.h"
 
 #include <sndfile.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
+// Sample encodings a file can hold or be asked for.
+enum class SampleEncoding { Pcm16, Pcm24, Pcm32, Float };
+
+// How to read a file whose header cannot say it: `type` names the container
+// ("wav", "flac", "aiff" or "raw"; empty: find out from the file), and raw
+// data, which has no header, needs its rate, channels and encoding.
+struct FileFormat {
+    std::string type;
+    int rate = 0;
+    int channels = 0;
+    SampleEncoding encoding = SampleEncoding::Pcm16;
+};
+
+bool isStandardStream(const std::string& path);
+
 class InputFile {
 public:
-    explicit InputFile(const std::string& path);
+    explicit InputFile(const std::string& path, const FileFormat& format = {});
     ~InputFile();
     InputFile(const InputFile&) = delete;
     InputFile& operator=(const InputFile&) = delete;
@@ -48,29 +67,30 @@ private:
     std::vector<int> stored;  // integer frames as the file holds them
 };
 
-// Sample encodings an output file can be asked for.
-enum class SampleEncoding { Pcm16, Pcm24, Pcm32, Float };
-
 SampleEncoding encodingForBits(int bits);
 const char* encodingName(SampleEncoding encoding);
-bool fileTypeHoldsFloat(const std::string& path);
+bool fileTypeHoldsFloat(const std::string& path, const std::string& type);
 // "16", "24", "32" or "float"; throws UsageError for anything else.
 SampleEncoding parseEncoding(const std::string& text);
 
 class OutputFile {
 public:
-    OutputFile(const std::string& path, int rate, SampleEncoding encoding);
+    // `type` names the container as FileFormat does; empty: from the extension.
+    OutputFile(const std::string& path, int rate, SampleEncoding encoding,
+               const std::string& type = "");
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
     void writeStereo(const double* samples, sf_count_t frames);
     void writeStereoPcm(const unsigned char* bytes, sf_count_t frames, int bits);
-    // Closes the file and moves it to its final name.
+    // Closes the file and moves it to its final name (or flushes the stream).
     void commit();
 
 private:
     void written(sf_count_t wanted, sf_count_t done);
+    void scaleIntegersIntoFloats();
+    void openStandardOutput(SF_INFO& info);
 
     std::string finalPath;
     std::string tempPath;
@@ -78,6 +98,7 @@ private:
     int syncFd = -1;
     int fileBits = 0;  // the integer depth written, 0 for float
     std::vector<int> unpacked;
+    std::unique_ptr<StreamSink> sink;  // standard output into a pipe
 };
 
 // Throws when writing OUT would overwrite IN (the same path or the same file).

@@ -1,4 +1,4 @@
-// quorvex info FILE: what a file holds, and how loud it is.
+// quorvex info FILE...: what each file holds, and how loud it is.
 #include "audio_file.h"
 #include "commands.h"
 #include "error.h"
@@ -48,11 +48,8 @@ std::string duration(long long frames, int rate) {
     return text;
 }
 
-}  // namespace
-
-int runInfo(const Arguments& args) {
-    if (args.size() != 1) throw UsageError("usage: quorvex info FILE");
-    InputFile file(args[0]);
+void describe(const std::string& path) {
+    InputFile file(path);
     const SF_INFO& info = file.info();
     const Levels levels = measure(file);
     const double rms = levels.samples > 0 ? std::sqrt(levels.sumOfSquares / levels.samples) : 0.0;
@@ -65,5 +62,16 @@ int runInfo(const Arguments& args) {
                 static_cast<long long>(info.frames));
     std::printf("peak      %s (%.6f)\n", decibels(levels.peak).c_str(), levels.peak);
     std::printf("rms       %s\n", decibels(rms).c_str());
+}
+
+}  // namespace
+
+int runInfo(const Arguments& args) {
+    if (args.empty()) throw UsageError("usage: quorvex info FILE...");
+    for (size_t i = 0; i < args.size(); ++i) {
+        if (i > 0) std::printf("\n");
+        std::fflush(stdout);  // a failure on a later file comes after the earlier reports
+        describe(args[i]);
+    }
     return 0;
 }

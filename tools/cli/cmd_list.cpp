@@ -4,7 +4,12 @@
 
 #include <quorvex/chain.h>
 
+#include <sys/ioctl.h>
+#include <unistd.h>
+
 #include <cstdio>
+#include <cstdlib>
+#include <sstream>
 
 namespace {
 
@@ -25,29 +30,60 @@ std::string valueSyntax(const qc::Parameter& param) {
     return "";
 }
 
+// The width to wrap to: the terminal's, else $COLUMNS, else 80.
+size_t outputWidth() {
+    winsize size{};
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) return size.ws_col;
+    const char* columns = std::getenv("COLUMNS");
+    const long fromEnvironment = columns != nullptr ? std::strtol(columns, nullptr, 10) : 0;
+    return fromEnvironment > 0 ? static_cast<size_t>(fromEnvironment) : 80;
+}
+
+// `text` after `lead`, broken between words so that no line passes `width`;
+// later lines are indented to where the text began.
+void printWrapped(const std::string& lead, const std::string& text, size_t width) {
+    std::istringstream words(text);
+    std::string line = lead;
+    bool lineHasWord = false;
+    for (std::string word; words >> word;) {
+        if (lineHasWord && line.size() + 1 + word.size() > width) {
+            std::printf("%s\n", line.c_str());
+            line = std::string(lead.size(), ' ');
+            lineHasWord = false;
+        }
+        line += (lineHasWord ? " " : "") + word;
+        lineHasWord = true;
+    }
+    std::printf("%s\n", line.c_str());
+}
+
 void printEntry(const qc::FilterInfo& entry) {
-    std::printf("%s: %s\n", entry.name.c_str(), entry.summary.c_str());
-    std::printf("    acts at %s\n", entry.rates.c_str());
+    const size_t width = outputWidth();
+    printWrapped(entry.name + ": ", entry.summary, width);
+    printWrapped("    ", "acts at " + entry.rates, width);
     if (!entry.sharedState.empty())
-        std::printf("    one per chain: all instances share one %s\n", entry.sharedState.c_str());
+        printWrapped("    ", "one per chain: all instances share one " + entry.sharedState, width);
     if (!entry.positional.empty())
-        std::printf("    %s:VALUE sets %s\n", entry.name.c_str(), entry.positional.c_str());
+        printWrapped("    ", entry.name + ":VALUE sets " + entry.positional, width);
     for (const qc::Parameter& param : entry.params) {
         const std::string syntax = param.key + "=" + valueSyntax(param);
         const std::string fallback =
             param.defaultValue.empty() ? "" : " (default " + param.defaultValue + ")";
-        std::printf("    %-30s %s%s\n", syntax.c_str(), param.help.c_str(), fallback.c_str());
+        char lead[64];
+        std::snprintf(lead, sizeof lead, "    %-30s ", syntax.c_str());
+        printWrapped(lead, param.help + fallback, width);
     }
 }
 
 constexpr const char* kHelp = R"(quorvex: runs audio files through chains of the library's filters
 
 usage:
-  quorvex process IN OUT --chain "CHAIN" [--bits 16|24|32|float] [--quiet]
-  quorvex info FILE
+  quorvex process [-t TYPE] IN [-t TYPE] OUT --chain "CHAIN" [--bits 16|24|32|float] [--quiet]
+  quorvex info FILE...
   quorvex list
   quorvex demo [DIR]
-  quorvex help
+  quorvex help [COMMAND|FILTER]
+  quorvex --version
 
 process   reads IN, runs it through CHAIN and writes OUT (.wav, .flac or .aiff).
           OUT gets the rate and depth the chain produces (twice the rate and
@@ -59,8 +95,15 @@ process   reads IN, runs it through CHAIN and writes OUT (.wav, .flac or .aiff).
           warning. OUT appears only when everything went well; IN is never
           changed. A progress bar shows on stderr when it is a terminal
           (--quiet: none, and no warnings).
-info      format, rate, depth, channels, length, peak and RMS level of FILE.
+          IN or OUT "-" is standard input or output; -t wav|flac|aiff|raw
+          names the type of the file after it where no extension does. Raw
+          input (little-endian) needs --rate HZ and --channels 1|2, and
+          --encoding 24|32|float unless it is 16-bit. AIFF cannot stream
+          into a pipe.
+info      format, rate, depth, channels, length, peak and RMS level of each FILE.
 list      every filter with its parameters, ranges, defaults and rates.
+help      this text; with a command or a filter, its part only. COMMAND
+          --help does the same.
 demo      synthesises a test signal, runs it through an equalizer and the
           enhancer, and writes both files and their spectrograms to DIR
           (default: quorvex-demo).
@@ -69,6 +112,7 @@ CHAIN is one or more filters separated by spaces, applied in order:
   NAME                    a filter with its default settings
   NAME:KEY=VALUE,...      with settings; numbers may carry their unit (-2dB, 48kHz)
   NAME:VALUE              sets the filter's main parameter (resample:48000)
+Switches (on|off) also take yes|no, true|false and 1|0.
 A filter whose instances share process-wide state may appear once per chain;
 hold, which works on integer PCM, runs alone.
 
@@ -93,7 +137,40 @@ int runList(const Arguments& args) {
     return 0;
 }
 
-int runHelp(const Arguments&) {
-    std::fputs(kHelp, stdout);
+namespace {
+
+// The usage line and the paragraph of one command, cut from the whole help.
+std::string commandHelp(const std::string& name) {
+    std::istringstream lines(kHelp);
+    std::string usage, text;
+    bool inUsage = false, inParagraph = false;
+    for (std::string line; std::getline(lines, line);) {
+        inUsage = line == "usage:" || (inUsage && !line.empty());
+        if (inUsage && line.rfind("  quorvex " + name, 0) == 0)
+            usage += "usage:" + line.substr(1) + "\n";
+        if (!line.empty() && line[0] != ' ') inParagraph = line.rfind(name + " ", 0) == 0;
+        if (inParagraph) text += line + "\n";
+    }
+    return usage.empty() ? "" : usage + text;
+}
+
+}  // namespace
+
+void printCommandHelp(const std::string& name) { std::fputs(commandHelp(name).c_str(), stdout); }
+
+int runHelp(const Arguments& args) {
+    if (args.empty()) {
+        std::fputs(kHelp, stdout);
+        return 0;
+    }
+    if (args.size() > 1) throw UsageError("usage: quorvex help [COMMAND|FILTER]");
+    if (!commandHelp(args[0]).empty()) {
+        printCommandHelp(args[0]);
+    } else if (const qc::FilterInfo* filter = qc::findFilter(args[0])) {
+        printEntry(*filter);
+    } else {
+        throw UsageError("help " + args[0] +
+                         ": no such command or filter ('quorvex list' shows the filters)");
+    }
     return 0;
 }

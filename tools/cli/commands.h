@@ -16,4 +16,7 @@ int runList(const Arguments& args);
 int runHelp(const Arguments& args);
 int runDemo(const Arguments& args);
 
+// The usage and description of one command, as `quorvex help COMMAND` prints them.
+void printCommandHelp(const std::string& name);
+
 #endif

@@ -4,8 +4,8 @@
 
 #include <quorvex/chain.h>
 
+#include <algorithm>
 #include <cstdio>
-#include <cstring>
 
 namespace {
 
@@ -19,14 +19,34 @@ constexpr Command kCommands[] = {
     {"demo", runDemo},       {"help", runHelp},
 };
 
-int dispatch(int argc, char** argv) {
-    const char* name = argc > 1 ? argv[1] : "help";
-    if (std::strcmp(name, "--help") == 0 || std::strcmp(name, "-h") == 0) name = "help";
-    const Arguments args(argv + (argc > 1 ? 2 : 1), argv + argc);
+bool isHelp(const std::string& arg) { return arg == "--help" || arg == "-h"; }
+
+const Command* findCommand(const std::string& name) {
     for (const Command& command : kCommands)
-        if (std::strcmp(name, command.name) == 0) return command.run(args);
-    throw UsageError(std::string("unknown command '") + name +
-                     "' ('quorvex help' lists the commands)");
+        if (name == command.name) return &command;
+    return nullptr;
+}
+
+// Options may come before the command as well as after it: the first word
+// that names a command is the command, and every other word its arguments.
+int dispatch(const Arguments& words) {
+    if (words.empty() || isHelp(words[0])) return runHelp({});
+    if (words[0] == "--version" || words[0] == "-V") {
+        std::printf("quorvex %s\n", QUORVEX_VERSION);
+        return 0;
+    }
+    const auto named = std::find_if(words.begin(), words.end(), [](const std::string& word) {
+        return findCommand(word) != nullptr;
+    });
+    if (named == words.end())
+        throw UsageError("unknown command '" + words[0] + "' ('quorvex help' lists the commands)");
+    Arguments args(words.begin(), named);
+    args.insert(args.end(), named + 1, words.end());
+    if (std::any_of(args.begin(), args.end(), isHelp)) {
+        printCommandHelp(*named);
+        return 0;
+    }
+    return findCommand(*named)->run(args);
 }
 
 int report(const std::exception& e, int status) {
@@ -38,7 +58,7 @@ int report(const std::exception& e, int status) {
 
 int main(int argc, char** argv) {
     try {
-        return dispatch(argc, argv);
+        return dispatch(Arguments(argv + 1, argv + argc));
     } catch (const UsageError& e) {
         return report(e, 2);
     } catch (const quorvex::chain::SyntaxError&

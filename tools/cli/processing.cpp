@@ -63,7 +63,8 @@ SampleEncoding outputEncoding(const ProcessRequest& request, const InputFile& in
                               const qc::Chain& chain) {
     if (!request.bits.empty()) return parseEncoding(request.bits);
     if (in.integerBits() != 0) return encodingForBits(chain.output().bits);
-    return fileTypeHoldsFloat(request.output) ? SampleEncoding::Float : SampleEncoding::Pcm24;
+    return fileTypeHoldsFloat(request.output, request.outputType) ? SampleEncoding::Float
+                                                                  : SampleEncoding::Pcm24;
 }
 
 }  // namespace
@@ -71,7 +72,7 @@ SampleEncoding outputEncoding(const ProcessRequest& request, const InputFile& in
 ProcessResult processFile(const ProcessRequest& request) {
     const std::vector<qc::Step> steps = qc::parse(request.chain);
     refuseSameFile(request.input, request.output);
-    InputFile in(request.input);
+    InputFile in(request.input, request.inputFormat);
     in.requireMonoOrStereo();
     const int bits = in.integerBits() != 0 ? in.integerBits() : kFloatSourceBits;
     if (steps.front().filter->integerOnly && in.integerBits() == 0)
@@ -79,7 +80,7 @@ ProcessResult processFile(const ProcessRequest& request) {
                        " holds " + in.describeEncoding());
     qc::Chain chain(steps, qc::StreamFormat{in.info().samplerate, bits});
     const SampleEncoding encoding = outputEncoding(request, in, chain);
-    OutputFile out(request.output, chain.output().rate, encoding);
+    OutputFile out(request.output, chain.output().rate, encoding, request.outputType);
 
     // The integer road rounds to the chain's own output depth; another depth
     // asked for takes the doubles, so it gets the chain's full precision. A

@@ -4,6 +4,8 @@
 // Runs one audio file through a chain into another, block by block, so memory
 // stays the same whatever the file's length.
 
+#include "audio_file.h"
+
 #include <quorvex/chain.h>
 
 #include <string>
@@ -11,6 +13,8 @@
 struct ProcessRequest {
     std::string input;
     std::string output;
+    FileFormat inputFormat;  // from -t and the raw options; empty type: from the file
+    std::string outputType;  // from -t; empty: from the extension
     std::string chain;
     std::string bits;  // empty: follow the chain
     bool quiet = false;

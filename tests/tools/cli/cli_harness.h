@@ -48,12 +48,13 @@ struct RunResult {
 };
 
 // `fileSizeLimit`, when nonzero, is the most one file may grow, as on a full disk.
-inline RunResult runQuorvex(const std::vector<std::string>& args, long fileSizeLimit = 0) {
+inline RunResult runProgram(const std::string& program, const std::vector<std::string>& args,
+                            long fileSizeLimit = 0) {
     char outPath[] = "/tmp/quorvex-run-out-XXXXXX";
     char errPath[] = "/tmp/quorvex-run-err-XXXXXX";
     close(mkstemp(outPath));
     close(mkstemp(errPath));
-    std::vector<char*> argv{const_cast<char*>(QUORVEX_CLI_PATH)};
+    std::vector<char*> argv{const_cast<char*>(program.c_str())};
     for (const std::string& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
     argv.push_back(nullptr);
     const pid_t child = fork();
@@ -76,6 +77,10 @@ inline RunResult runQuorvex(const std::vector<std::string>& args, long fileSizeL
     unlink(outPath);
     unlink(errPath);
     return result;
+}
+
+inline RunResult runQuorvex(const std::vector<std::string>& args, long fileSizeLimit = 0) {
+    return runProgram(QUORVEX_CLI_PATH, args, fileSizeLimit);
 }
 
 // A fresh directory, removed with everything in it at the end of the test.
