@@ -323,7 +323,11 @@ OutputFile::OutputFile(const std::string& path, int rate, SampleEncoding encodin
     SF_INFO info{};
     info.samplerate = rate;
     info.channels = 2;
-    info.format = majorFormatFor(path, type) | subtypeFor(encoding);
+    info.format = majorFormatFor(path, type);
+    if (info.format == SF_FORMAT_FLAC && encoding == SampleEncoding::Float)
+        throw UsageError(path +
+                         ": FLAC holds no float samples; choose --bits 16 or 24, or a .wav file");
+    info.format |= subtypeFor(encoding);
     if (!sf_format_check(&info))
         throw UsageError(path + ": this file type cannot hold " + encodingName(encoding) +
                          " samples at " + std::to_string(rate) +
@@ -333,6 +337,7 @@ OutputFile::OutputFile(const std::string& path, int rate, SampleEncoding encodin
         return;
     }
 
+    makeDirectories(directoryOf(path));
     const size_t slash = path.find_last_of('/');
     std::string name = directoryOf(path) + "/." +
                        (slash == std::string::npos ? path : path.substr(slash + 1)) + ".XXXXXX";
@@ -436,6 +441,15 @@ void OutputFile::commit() {
         throw CliError("cannot write " + finalPath + ": " + systemError());
     tempPath.clear();
     releaseTempFile();
+}
+
+void makeDirectories(const std::string& path) {
+    for (size_t slash = path.find('/', 1);; slash = path.find('/', slash + 1)) {
+        const std::string prefix = path.substr(0, slash);
+        if (mkdir(prefix.c_str(), 0777) != 0 && errno != EEXIST)
+            throw CliError("cannot create " + prefix + ": " + std::strerror(errno));
+        if (slash == std::string::npos) return;
+    }
 }
 
 void refuseSameFile(const std::string& in, const std::string& out) {

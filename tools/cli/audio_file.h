@@ -104,4 +104,7 @@ private:
 // Throws when writing OUT would overwrite IN (the same path or the same file).
 void refuseSameFile(const std::string& in, const std::string& out);
 
+// Creates `path` and every missing directory above it, as mkdir -p does.
+void makeDirectories(const std::string& path);
+
 #endif

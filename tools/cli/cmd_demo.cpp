@@ -26,15 +26,6 @@ constexpr double kCutoffHz = 16000.0;
 constexpr double kBandEdgeHz = 17000.0;  // where the measurement of new content begins
 constexpr const char* kChain = "eq:63=+3,16k=+2 velmo:enhance=on,source=mp3,mode=fine";
 
-void makeDirectories(const std::string& path) {
-    for (size_t slash = path.find('/', 1);; slash = path.find('/', slash + 1)) {
-        const std::string prefix = path.substr(0, slash);
-        if (mkdir(prefix.c_str(), 0777) != 0 && errno != EEXIST)
-            throw CliError("cannot create " + prefix + ": " + std::strerror(errno));
-        if (slash == std::string::npos) return;
-    }
-}
-
 std::vector<double> readWhole(const std::string& path, int& rate) {
     InputFile file(path);
     rate = file.info().samplerate;

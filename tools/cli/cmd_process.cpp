@@ -135,7 +135,7 @@ int runProcess(const Arguments& args) {
                      result.clippedSamples, result.clippedSamples == 1 ? "sample" : "samples");
     if (request.showProgress)
         std::fprintf(stderr, "%s -> %s -> %s (%d Hz, %s), %.1f s of audio in %.2f s\n",
-                     request.input.c_str(), result.chainName.c_str(), request.output.c_str(),
+                     request.input.c_str(), request.chain.c_str(), request.output.c_str(),
                      result.output.rate, result.outputEncoding.c_str(),
                      static_cast<double>(result.framesIn) / result.input.rate, result.seconds);
     return 0;

@@ -247,3 +247,16 @@ TEST(CliProcess, BitsOptionKeepsScaleAndPrecision) {
         EXPECT_TRUE(finerThanSource) << named("in", c.format) << " --bits " << c.bits;
     }
 }
+
+// The output's missing directories are made, as demo makes its own.
+TEST(CliProcess, MissingOutputDirectoriesAreMade) {
+    ScratchDir dir;
+    writeAudio(dir.file("in.wav"), kWav16, 2, musicLike(kRate / 10, 2));
+    std::vector<std::string> args = process(dir, "in.wav", "new/deeper/out.wav", "alc");
+    args.insert(args.end(), {"--bits", "float"});
+    const RunResult run = runQuorvex(args);
+    ASSERT_EQ(run.status, 0) << run.err;
+    const Audio out = readAudio(dir.file("new/deeper/out.wav"));
+    EXPECT_EQ(out.info.format, kWavFloat);
+    EXPECT_EQ(out.info.frames, kRate / 10);
+}
