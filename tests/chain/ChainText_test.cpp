@@ -5,6 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -157,6 +161,49 @@ TEST(ChainText, FormatsAndDelayFollowTheFilters) {
     EXPECT_NE(hold.integerFilter(), nullptr);
     EXPECT_EQ(hold.output().rate, 48000);
     EXPECT_THROW(hold.outermost(), std::logic_error);
+}
+
+// A section file's poles must lie strictly inside the unit circle, rows as
+// written (b0 b1 b2 a0 a1 a2, denominator a0 + a1 z^-1 + a2 z^-2). The cases
+// sit on both sides of each edge of the stability triangle, and some hold a0
+// other than 1, so the check must run on the normalised section.
+TEST(ChainText, SectionFilesRefuseSectionsThatWouldGrowWithoutBound) {
+    const struct {
+        const char* rows;
+        const char* unstableAt;  // "line N: ... radius R", or nullptr when the file is accepted
+    } files[] = {
+        {"1 0 0 1 -1.8 0.81", nullptr},  // double pole at 0.9
+        {"1 0 0 1 -1.4 0.45", nullptr},  // poles at 0.5 and 0.9
+        {"2 0 0 2 -2.8 0.9", nullptr},   // the same, scaled by a0
+        {"1 0 0 1 1.2 0.8", nullptr},    // complex pair at radius 0.894
+        {"1 -2 1 1 0 0", nullptr},       // zeros only
+        {"1 0 0 1 0 -0.99", nullptr},    // poles at +-0.995
+        {"1 0 0 1 -2.5 1.6",
+         "line 1: the section is unstable: a pole lies at radius 1.26491106407"},
+        {"1 0 0 1 -2 1", "line 1: the section is unstable: a pole lies at radius 1,"},
+        {"1 0 0 1 0 1", "line 1: the section is unstable: a pole lies at radius 1,"},
+        {"1 0 0 1 1.5 0.5", "line 1: the section is unstable: a pole lies at radius 1,"},
+        {"1 0 0 1 -0.5 -0.5", "line 1: the section is unstable: a pole lies at radius 1,"},
+        {"1 0 0 1 0.2 -0.99", "line 1: the section is unstable: a pole lies at radius 1.1,"},
+        {"1 0 0 0.5 -0.5 0.5", "line 1: the section is unstable: a pole lies at radius 1,"},
+        {"# ok, then not\n1 0 0 1 -1.8 0.81\n\n1 0 0 1 -1.9 1.01",
+         "line 4: the section is unstable: a pole lies at radius 1.00498756211"},
+    };
+    char path[] = "/tmp/quorvex-sections-XXXXXX";
+    close(mkstemp(path));
+    for (const auto& file : files) {
+        std::ofstream(path) << file.rows << "\n";
+        const std::string text = std::string("hpeq:file=") + path;
+        const std::string message = messageOf<qc::StreamError>([&] {
+            qc::Chain(text, qc::StreamFormat{96000, 24});
+        });
+        if (file.unstableAt == nullptr)
+            EXPECT_EQ(message, "(nothing thrown)") << file.rows;
+        else
+            EXPECT_EQ(message.rfind(std::string("hpeq: ") + path + " " + file.unstableAt, 0), 0u)
+                << file.rows << ": " << message;
+    }
+    unlink(path);
 }
 
 }  // namespace
