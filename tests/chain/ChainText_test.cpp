@@ -143,6 +143,36 @@ TEST(ChainText, BuiltChainsRefuseStreamsTheyCannotWorkOn) {
     EXPECT_NO_THROW(qc::Chain("hpeq:enabled=off eq:enabled=off surround:enabled=off", {32000, 16}));
 }
 
+// The converter's pass band ends at 0.44 x its output rate: raising the rate
+// past 25/22 of the input would pass the input's images, so the chain stops
+// there, to the hertz.
+TEST(ChainText, ResampleRaisesTheRateOnlyAsFarAsItFiltersCleanly) {
+    const struct {
+        int from, to;
+        bool accepted;
+    } rises[] = {
+        {22000, 25000, true},  {22000, 25001, false}, {44100, 48000, true}, {44100, 88200, false},
+        {48000, 96000, false}, {96000, 44100, true},  {44100, 44100, true},
+    };
+    for (const auto& rise : rises) {
+        const std::string text = "resample:" + std::to_string(rise.to);
+        const std::string message = messageOf<qc::StreamError>([&] {
+            qc::Chain(text, qc::StreamFormat{rise.from, 16});
+        });
+        EXPECT_EQ(message == "(nothing thrown)", rise.accepted)
+            << rise.from << " to " << rise.to << ": " << message;
+    }
+    EXPECT_EQ(messageOf<qc::StreamError>([] {
+                  qc::Chain("resample:96000", {44100, 16});
+              }),
+              "resample: raising 44100 Hz to 96000 Hz would leave images of the input, because "
+              "the converter's pass band reaches 42240 Hz, above the 22050 Hz the input holds; it "
+              "raises the rate cleanly up to 50113 Hz; to go higher put velmo:enhance=off first, a "
+              "clean 2x interpolator");
+    // Doubled first, the rate may then go anywhere the converter filters cleanly.
+    EXPECT_NO_THROW(qc::Chain("velmo:enhance=off resample:96000", {44100, 16}));
+}
+
 // Each filter hands on the format the next one is built for, and the chain
 // adds up their delays.
 TEST(ChainText, FormatsAndDelayFollowTheFilters) {

@@ -4,6 +4,23 @@
 
 namespace {
 
+// Power of the left channel at `frequency`, by a Hann-windowed DFT over the
+// middle of the file, where no filter is settling.
+double power(const Audio& audio, double frequency) {
+    const double pi = std::acos(-1.0);
+    const size_t frames = audio.values.size() / audio.info.channels;
+    const size_t length = frames / 2, start = frames / 4;
+    double re = 0.0, im = 0.0;
+    for (size_t n = 0; n < length; ++n) {
+        const double window = 0.5 - 0.5 * std::cos(2 * pi * n / length);
+        const double phase = 2 * pi * frequency * n / audio.info.samplerate;
+        const double x = window * audio.values[(start + n) * audio.info.channels];
+        re += x * std::cos(phase);
+        im -= x * std::sin(phase);
+    }
+    return (re * re + im * im) / (static_cast<double>(length) * length);
+}
+
 // An unstable section would fill the output with full-scale noise; the run
 // stops before writing anything, and a stable one still runs.
 TEST(CliSignal, SectionFilesWithPolesOutsideTheUnitCircleAreRefused) {
@@ -26,6 +43,33 @@ TEST(CliSignal, SectionFilesWithPolesOutsideTheUnitCircleAreRefused) {
                         std::string(filter) + ":file=" + dir.file("stable.txt")});
         EXPECT_EQ(run.status, 0) << filter << ": " << run.err;
     }
+}
+
+// The converter would pass the images of a rate raised past 25/22 of the
+// input at full level; the tool refuses, and the route it points to keeps
+// the band above the input's half rate empty.
+TEST(CliSignal, RaisingTheRateLeavesNoImages) {
+    ScratchDir dir;
+    const double pi = std::acos(-1.0);
+    std::vector<double> tone(2 * kRate);
+    for (size_t i = 0; i < tone.size(); ++i)
+        tone[i] = 0.5 * std::sin(2 * pi * 10000.0 * (i / 2) / kRate);
+    writeAudio(dir.file("in.wav"), kWavFloat, 2, tone);
+    const RunResult refused = runQuorvex(
+        {"process", dir.file("in.wav"), dir.file("up.wav"), "--chain", "resample:96000"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_NE(refused.err.find("would leave images of the input"), std::string::npos)
+        << refused.err;
+    EXPECT_NE(refused.err.find("velmo:enhance=off"), std::string::npos) << refused.err;
+
+    const RunResult run = runQuorvex({"process", dir.file("in.wav"), dir.file("up.wav"), "--chain",
+                                      "velmo:enhance=off resample:96000"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    const Audio out = readAudio(dir.file("up.wav"));
+    ASSERT_EQ(out.info.samplerate, 96000);
+    // The tone and its first image, 44.1 - 10 = 34.1 kHz, by their DFT bins.
+    const double tonePower = power(out, 10000.0), imagePower = power(out, 34100.0);
+    EXPECT_GT(10 * std::log10(tonePower / imagePower), 60.0);
 }
 
 }  // namespace
