@@ -7,6 +7,7 @@
 
 #include <sndfile.h>
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -52,6 +53,8 @@ private:
 enum class SampleEncoding { Pcm16, Pcm24, Pcm32, Float };
 
 SampleEncoding encodingForBits(int bits);
+// 16, 24 or 32; 0 for float.
+int integerBitsOf(SampleEncoding encoding);
 const char* encodingName(SampleEncoding encoding);
 bool fileTypeHoldsFloat(const std::string& path);
 // "16", "24", "32" or "float"; throws UsageError for anything else.
@@ -64,6 +67,11 @@ public:
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
+    // Rounding to fewer bits adds triangular dither of one step peak, so the
+    // error is noise independent of the signal instead of distortion. The
+    // generator starts from the same seed on every run: the output repeats.
+    void ditherWhenRounding() { dithering = true; }
+
     void writeStereo(const double* samples, sf_count_t frames);
     void writeStereoPcm(const unsigned char* bytes, sf_count_t frames, int bits);
     // Closes the file and moves it to its final name.
@@ -71,12 +79,17 @@ public:
 
 private:
     void written(sf_count_t wanted, sf_count_t done);
+    // A sample as steps of the file's depth, dithered if asked, left-justified.
+    int32_t rounded(double steps);
+    double triangularNoise();
 
     std::string finalPath;
     std::string tempPath;
     SNDFILE* file = nullptr;
     int syncFd = -1;
     int fileBits = 0;  // the integer depth written, 0 for float
+    bool dithering = false;
+    uint64_t noiseState = 0x9E3779B97F4A7C15u;
     std::vector<int> unpacked;
 };
 

@@ -37,6 +37,8 @@ ProcessRequest parseArguments(const Arguments& args) {
             continue;
         else if (args[i] == "--quiet" || args[i] == "-q")
             request.quiet = true;
+        else if (args[i] == "--no-dither")
+            request.dither = false;
         else if (args[i].size() > 1 && args[i][0] == '-')
             throw UsageError("process: unknown option '" + args[i] + "'");
         else

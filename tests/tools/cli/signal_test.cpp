@@ -72,4 +72,62 @@ TEST(CliSignal, RaisingTheRateLeavesNoImages) {
     EXPECT_GT(10 * std::log10(tonePower / imagePower), 60.0);
 }
 
+// Power at `frequency` against the mean power of bins 30 to 210 Hz either
+// side, off the 100 Hz grid on which an undithered 1 kHz tone's rounding
+// error repeats; in dB.
+double aboveFloor(const Audio& audio, double frequency) {
+    double floor = 0.0;
+    int bins = 0;
+    for (double offset = 30.0; offset <= 210.0; offset += 20.0, bins += 2)
+        floor += power(audio, frequency - offset) + power(audio, frequency + offset);
+    return 10 * std::log10(power(audio, frequency) * bins / floor);
+}
+
+// A -90 dBFS tone taken from 24 to 16 bits is about one step high: rounded
+// plainly, its error is distortion at the harmonics; dithered, a flat floor
+// with no harmonic above it. The dither repeats from run to run, and goes
+// where no rounding happens: the 16-bit file through a switched-off chain.
+TEST(CliSignal, FewerBitsOutThanInAreDitheredByDefault) {
+    ScratchDir dir;
+    const double pi = std::acos(-1.0), amplitude = std::pow(10.0, -90.0 / 20);
+    std::vector<double> tone(4 * kRate);
+    for (size_t i = 0; i < tone.size(); ++i)
+        tone[i] = amplitude * std::sin(2 * pi * 1000.0 * (i / 2) / kRate);
+    writeAudio(dir.file("in.wav"), kWav24, 2, tone);
+    const struct {
+        const char* option;
+        bool harmonics;
+    } runs[] = {{"--quiet", false}, {"--no-dither", true}};
+    for (const auto& r : runs) {
+        const RunResult run = runQuorvex({"process", dir.file("in.wav"), dir.file("out.wav"),
+                                          "--chain", "eq:enabled=off", "--bits", "16", r.option});
+        ASSERT_EQ(run.status, 0) << run.err;
+        const Audio out = readAudio(dir.file("out.wav"));
+        ASSERT_EQ(out.info.format, kWav16);
+        EXPECT_GT(aboveFloor(out, 1000.0), 20.0) << r.option;  // the tone itself stays
+        for (const double harmonic : {3000.0, 5000.0}) {
+            if (r.harmonics)
+                EXPECT_GT(aboveFloor(out, harmonic), 20.0) << r.option << ", " << harmonic;
+            else
+                EXPECT_LT(aboveFloor(out, harmonic), 8.0) << r.option << ", " << harmonic;
+        }
+    }
+
+    const std::string plain = fileBytes(dir.file("out.wav"));
+    runQuorvex({"process", dir.file("in.wav"), dir.file("again.wav"), "--chain", "eq:enabled=off",
+                "--bits", "16"});
+    runQuorvex({"process", dir.file("in.wav"), dir.file("out.wav"), "--chain", "eq:enabled=off",
+                "--bits", "16"});
+    EXPECT_EQ(fileBytes(dir.file("again.wav")), fileBytes(dir.file("out.wav")));
+    EXPECT_NE(fileBytes(dir.file("out.wav")), plain);
+
+    writeAudio(dir.file("in16.wav"), kWav16, 2, musicLike(kRate, 2));
+    for (const char* bits : {"16", "24"}) {
+        runQuorvex({"process", dir.file("in16.wav"), dir.file("out16.wav"), "--chain",
+                    "eq:enabled=off", "--bits", bits});
+        const Audio in = readAudio(dir.file("in16.wav")), out = readAudio(dir.file("out16.wav"));
+        EXPECT_EQ(out.values, in.values) << "--bits " << bits;
+    }
+}
+
 }  // namespace
