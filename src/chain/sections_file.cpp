@@ -1,6 +1,7 @@
 #include "sections_file.h"
 
 #include <cerrno>
+#include <cmath>
 #include <cstring>
 #include <fstream>
 #include <sstream>
@@ -10,6 +11,21 @@ namespace quorvex::chain {
 namespace {
 
 constexpr double kLargestCoefficient = coefficient_set::kLimit;
+
+// The larger distance of the two poles from the origin, for the denominator
+// 1 - a1 z^-1 - a2 z^-2: the roots of z^2 - a1 z - a2.
+double poleRadius(const Section& section) {
+    const double discriminant = section.a1 * section.a1 + 4.0 * section.a2;
+    if (discriminant < 0.0) return std::sqrt(-section.a2);
+    return (std::fabs(section.a1) + std::sqrt(discriminant)) / 2.0;
+}
+
+// Both poles strictly inside the unit circle, decided on the coefficients
+// themselves (the stability triangle) so that no rounding of a root can
+// let a pole on the circle through.
+bool isStable(const Section& section) {
+    return std::fabs(section.a2) < 1.0 && std::fabs(section.a1) < 1.0 - section.a2;
+}
 
 Section parseSection(const std::string& where, const std::string& line) {
     std::istringstream fields(line);
@@ -27,6 +43,10 @@ Section parseSection(const std::string& where, const std::string& line) {
             throw StreamError(
                 where + ": after dividing by a0, every coefficient must lie within -" +
                 numberText(kLargestCoefficient) + " to " + numberText(kLargestCoefficient));
+    if (!isStable(section))
+        throw StreamError(where + ": the section is unstable: a pole lies at radius " +
+                          numberText(poleRadius(section)) +
+                          ", not inside the unit circle, so its output would grow without bound");
     return section;
 }
 

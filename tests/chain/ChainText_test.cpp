@@ -5,6 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -139,6 +143,36 @@ TEST(ChainText, BuiltChainsRefuseStreamsTheyCannotWorkOn) {
     EXPECT_NO_THROW(qc::Chain("hpeq:enabled=off eq:enabled=off surround:enabled=off", {32000, 16}));
 }
 
+// The converter's pass band ends at 0.44 x its output rate: raising the rate
+// past 25/22 of the input would pass the input's images, so the chain stops
+// there, to the hertz.
+TEST(ChainText, ResampleRaisesTheRateOnlyAsFarAsItFiltersCleanly) {
+    const struct {
+        int from, to;
+        bool accepted;
+    } rises[] = {
+        {22000, 25000, true},  {22000, 25001, false}, {44100, 48000, true}, {44100, 88200, false},
+        {48000, 96000, false}, {96000, 44100, true},  {44100, 44100, true},
+    };
+    for (const auto& rise : rises) {
+        const std::string text = "resample:" + std::to_string(rise.to);
+        const std::string message = messageOf<qc::StreamError>([&] {
+            qc::Chain(text, qc::StreamFormat{rise.from, 16});
+        });
+        EXPECT_EQ(message == "(nothing thrown)", rise.accepted)
+            << rise.from << " to " << rise.to << ": " << message;
+    }
+    EXPECT_EQ(messageOf<qc::StreamError>([] {
+                  qc::Chain("resample:96000", {44100, 16});
+              }),
+              "resample: raising 44100 Hz to 96000 Hz would leave images of the input, because "
+              "the converter's pass band reaches 42240 Hz, above the 22050 Hz the input holds; it "
+              "raises the rate cleanly up to 50113 Hz; to go higher put velmo:enhance=off first, a "
+              "clean 2x interpolator");
+    // Doubled first, the rate may then go anywhere the converter filters cleanly.
+    EXPECT_NO_THROW(qc::Chain("velmo:enhance=off resample:96000", {44100, 16}));
+}
+
 // Each filter hands on the format the next one is built for, and the chain
 // adds up their delays.
 TEST(ChainText, FormatsAndDelayFollowTheFilters) {
@@ -157,6 +191,49 @@ TEST(ChainText, FormatsAndDelayFollowTheFilters) {
     EXPECT_NE(hold.integerFilter(), nullptr);
     EXPECT_EQ(hold.output().rate, 48000);
     EXPECT_THROW(hold.outermost(), std::logic_error);
+}
+
+// A section file's poles must lie strictly inside the unit circle, rows as
+// written (b0 b1 b2 a0 a1 a2, denominator a0 + a1 z^-1 + a2 z^-2). The cases
+// sit on both sides of each edge of the stability triangle, and some hold a0
+// other than 1, so the check must run on the normalised section.
+TEST(ChainText, SectionFilesRefuseSectionsThatWouldGrowWithoutBound) {
+    const struct {
+        const char* rows;
+        const char* unstableAt;  // "line N: ... radius R", or nullptr when the file is accepted
+    } files[] = {
+        {"1 0 0 1 -1.8 0.81", nullptr},  // double pole at 0.9
+        {"1 0 0 1 -1.4 0.45", nullptr},  // poles at 0.5 and 0.9
+        {"2 0 0 2 -2.8 0.9", nullptr},   // the same, scaled by a0
+        {"1 0 0 1 1.2 0.8", nullptr},    // complex pair at radius 0.894
+        {"1 -2 1 1 0 0", nullptr},       // zeros only
+        {"1 0 0 1 0 -0.99", nullptr},    // poles at +-0.995
+        {"1 0 0 1 -2.5 1.6",
+         "line 1: the section is unstable: a pole lies at radius 1.26491106407"},
+        {"1 0 0 1 -2 1", "line 1: the section is unstable: a pole lies at radius 1,"},
+        {"1 0 0 1 0 1", "line 1: the section is unstable: a pole lies at radius 1,"},
+        {"1 0 0 1 1.5 0.5", "line 1: the section is unstable: a pole lies at radius 1,"},
+        {"1 0 0 1 -0.5 -0.5", "line 1: the section is unstable: a pole lies at radius 1,"},
+        {"1 0 0 1 0.2 -0.99", "line 1: the section is unstable: a pole lies at radius 1.1,"},
+        {"1 0 0 0.5 -0.5 0.5", "line 1: the section is unstable: a pole lies at radius 1,"},
+        {"# ok, then not\n1 0 0 1 -1.8 0.81\n\n1 0 0 1 -1.9 1.01",
+         "line 4: the section is unstable: a pole lies at radius 1.00498756211"},
+    };
+    char path[] = "/tmp/quorvex-sections-XXXXXX";
+    close(mkstemp(path));
+    for (const auto& file : files) {
+        std::ofstream(path) << file.rows << "\n";
+        const std::string text = std::string("hpeq:file=") + path;
+        const std::string message = messageOf<qc::StreamError>([&] {
+            qc::Chain(text, qc::StreamFormat{96000, 24});
+        });
+        if (file.unstableAt == nullptr)
+            EXPECT_EQ(message, "(nothing thrown)") << file.rows;
+        else
+            EXPECT_EQ(message.rfind(std::string("hpeq: ") + path + " " + file.unstableAt, 0), 0u)
+                << file.rows << ": " << message;
+    }
+    unlink(path);
 }
 
 }  // namespace

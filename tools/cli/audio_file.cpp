@@ -85,10 +85,9 @@ int32_t leftJustified(double steps, int bits) {
                                 << (32 - bits));
 }
 
-// libsndfile narrows by dropping the low bits, which always rounds down and
-// offsets the audio by half a step; the nearest step of `bits` instead.
-int32_t roundedTo(int32_t sample, int bits) {
-    return leftJustified(std::ldexp(static_cast<double>(sample), bits - 32), bits);
+// A left-justified sample as a count of steps of a `bits`-bit depth, unrounded.
+double stepsOf(int32_t sample, int bits) {
+    return std::ldexp(static_cast<double>(sample), bits - 32);
 }
 
 int majorFormatOfType(const std::string& type) {
@@ -275,16 +274,6 @@ void guardTempFile(const std::string& path) {
 
 void releaseTempFile() { pendingTempPath[0] = '\0'; }
 
-int integerBitsOf(SampleEncoding encoding) {
-    switch (encoding) {
-        case SampleEncoding::Pcm16: return 16;
-        case SampleEncoding::Pcm24: return 24;
-        case SampleEncoding::Pcm32: return 32;
-        case SampleEncoding::Float: return 0;
-    }
-    return 0;
-}
-
 std::string directoryOf(const std::string& path) {
     const size_t slash = path.find_last_of('/');
     if (slash == std::string::npos) return ".";
@@ -298,6 +287,16 @@ mode_t defaultFileMode() {
 }
 
 }  // namespace
+
+int integerBitsOf(SampleEncoding encoding) {
+    switch (encoding) {
+        case SampleEncoding::Pcm16: return 16;
+        case SampleEncoding::Pcm24: return 24;
+        case SampleEncoding::Pcm32: return 32;
+        case SampleEncoding::Float: return 0;
+    }
+    return 0;
+}
 
 const char* encodingName(SampleEncoding encoding) {
     switch (encoding) {
@@ -404,6 +403,22 @@ void OutputFile::written(sf_count_t wanted, sf_count_t done) {
                        (errno != 0 ? systemError() : withoutFullStop(sf_strerror(file))));
 }
 
+// xorshift64*: cheap, allocation-free and the same sequence on every run.
+double OutputFile::triangularNoise() {
+    const auto uniform = [this] {
+        noiseState ^= noiseState >> 12;
+        noiseState ^= noiseState << 25;
+        noiseState ^= noiseState >> 27;
+        return std::ldexp(static_cast<double>((noiseState * 0x2545F4914F6CDD1Du) >> 11), -53);
+    };
+    const double first = uniform();
+    return first - uniform();
+}
+
+int32_t OutputFile::rounded(double steps) {
+    return leftJustified(dithering ? steps + triangularNoise() : steps, fileBits);
+}
+
 void OutputFile::writeStereo(const double* samples, sf_count_t frames) {
     errno = 0;
     if (fileBits == 0) {
@@ -412,17 +427,18 @@ void OutputFile::writeStereo(const double* samples, sf_count_t frames) {
     }
     const size_t count = static_cast<size_t>(2 * frames);
     if (unpacked.size() < count) unpacked.resize(count);
-    for (size_t i = 0; i < count; ++i)
-        unpacked[i] = leftJustified(std::ldexp(samples[i], fileBits - 1), fileBits);
+    for (size_t i = 0; i < count; ++i) unpacked[i] = rounded(std::ldexp(samples[i], fileBits - 1));
     written(frames, sf_writef_int(file, unpacked.data(), frames));
 }
 
+// libsndfile narrows by dropping the low bits, which always rounds down and
+// offsets the audio by half a step; the nearest step of the file's depth instead.
 void OutputFile::writeStereoPcm(const unsigned char* bytes, sf_count_t frames, int bits) {
     const size_t count = static_cast<size_t>(2 * frames);
     if (unpacked.size() < count) unpacked.resize(count);
     for (size_t i = 0; i < count; ++i) {
         unpacked[i] = unpackSample(bytes + i * (bits / 8), bits);
-        if (fileBits != 0 && fileBits < bits) unpacked[i] = roundedTo(unpacked[i], fileBits);
+        if (fileBits != 0 && fileBits < bits) unpacked[i] = rounded(stepsOf(unpacked[i], fileBits));
     }
     errno = 0;
     written(frames, sf_writef_int(file, unpacked.data(), frames));

@@ -10,6 +10,7 @@
 
 #include <sndfile.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -68,6 +69,8 @@ private:
 };
 
 SampleEncoding encodingForBits(int bits);
+// 16, 24 or 32; 0 for float.
+int integerBitsOf(SampleEncoding encoding);
 const char* encodingName(SampleEncoding encoding);
 bool fileTypeHoldsFloat(const std::string& path, const std::string& type);
 // "16", "24", "32" or "float"; throws UsageError for anything else.
@@ -82,6 +85,11 @@ public:
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
+    // Rounding to fewer bits adds triangular dither of one step peak, so the
+    // error is noise independent of the signal instead of distortion. The
+    // generator starts from the same seed on every run: the output repeats.
+    void ditherWhenRounding() { dithering = true; }
+
     void writeStereo(const double* samples, sf_count_t frames);
     void writeStereoPcm(const unsigned char* bytes, sf_count_t frames, int bits);
     // Closes the file and moves it to its final name (or flushes the stream).
@@ -91,12 +99,17 @@ private:
     void written(sf_count_t wanted, sf_count_t done);
     void scaleIntegersIntoFloats();
     void openStandardOutput(SF_INFO& info);
+    // A sample as steps of the file's depth, dithered if asked, left-justified.
+    int32_t rounded(double steps);
+    double triangularNoise();
 
     std::string finalPath;
     std::string tempPath;
     SNDFILE* file = nullptr;
     int syncFd = -1;
     int fileBits = 0;  // the integer depth written, 0 for float
+    bool dithering = false;
+    uint64_t noiseState = 0x9E3779B97F4A7C15u;
     std::vector<int> unpacked;
     std::unique_ptr<StreamSink> sink;  // standard output into a pipe
 };

@@ -78,7 +78,8 @@ void printEntry(const qc::FilterInfo& entry) {
 constexpr const char* kHelp = R"(quorvex: runs audio files through chains of the library's filters
 
 usage:
-  quorvex process [-t TYPE] IN [-t TYPE] OUT --chain "CHAIN" [--bits 16|24|32|float] [--quiet]
+  quorvex process [-t TYPE] IN [-t TYPE] OUT --chain "CHAIN" [--bits 16|24|32|float]
+                  [--no-dither] [--quiet]
   quorvex info FILE...
   quorvex list
   quorvex demo [DIR]
@@ -92,9 +93,11 @@ process   reads IN, runs it through CHAIN and writes OUT (.wav, .flac or .aiff).
           road (unless the chain rises above twice its output rate on the
           way); float sources stay doubles. Mono input comes out as stereo.
           Samples over full scale are clipped on the way to integers, with a
-          warning. OUT appears only when everything went well; IN is never
-          changed. A progress bar shows on stderr when it is a terminal
-          (--quiet: none, and no warnings).
+          warning. Fewer bits out than the source holds get triangular
+          dither (--no-dither: rounding to the nearest step). OUT appears
+          only when everything went well; IN is never changed. A progress
+          bar shows on stderr when it is a terminal (--quiet: none, and no
+          warnings).
           IN or OUT "-" is standard input or output; -t wav|flac|aiff|raw
           names the type of the file after it where no extension does. Raw
           input (little-endian) needs --rate HZ and --channels 1|2, and

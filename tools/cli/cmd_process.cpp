@@ -101,6 +101,8 @@ ProcessRequest parseArguments(const Arguments& args) {
             type = parseType(type);
         else if (options.current() == "--quiet" || options.current() == "-q")
             request.quiet = true;
+        else if (options.current() == "--no-dither")
+            request.dither = false;
         else if (options.current().size() > 1 && options.current()[0] == '-')
             throw UsageError("process: unknown option '" + options.current() + "'");
         else {

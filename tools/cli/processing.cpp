@@ -59,6 +59,13 @@ Totals runPcm(qc::Chain& chain, InputFile& in, OutputFile& out, Progress& progre
         progress);
 }
 
+// Fewer integer bits out than the source holds (any, for a float source):
+// the last rounding would turn the quietest detail into distortion.
+bool depthGoesDown(const InputFile& in, SampleEncoding encoding) {
+    const int outBits = integerBitsOf(encoding);
+    return outBits != 0 && (in.integerBits() == 0 || outBits < in.integerBits());
+}
+
 SampleEncoding outputEncoding(const ProcessRequest& request, const InputFile& in,
                               const qc::Chain& chain) {
     if (!request.bits.empty()) return parseEncoding(request.bits);
@@ -81,13 +88,17 @@ ProcessResult processFile(const ProcessRequest& request) {
     qc::Chain chain(steps, qc::StreamFormat{in.info().samplerate, bits});
     const SampleEncoding encoding = outputEncoding(request, in, chain);
     OutputFile out(request.output, chain.output().rate, encoding, request.outputType);
+    const bool dither = request.dither && depthGoesDown(in, encoding);
+    if (dither) out.ditherWhenRounding();
 
-    // The integer road rounds to the chain's own output depth; another depth
-    // asked for takes the doubles, so it gets the chain's full precision. A
-    // chain of one integer filter has no double road.
+    // The integer road rounds to the chain's own output depth without
+    // dither; another depth asked for, or dither, takes the doubles, so the
+    // file gets the chain's full precision. A chain of one integer filter has
+    // no double road.
     const bool chainDepth = encoding == encodingForBits(chain.output().bits);
-    const bool integerRoad = chain.integerFilter() != nullptr ||
-                             (in.integerBits() != 0 && chainDepth && qc::PcmRunner::accepts(chain));
+    const bool integerRoad =
+        chain.integerFilter() != nullptr ||
+        (in.integerBits() != 0 && chainDepth && !dither && qc::PcmRunner::accepts(chain));
     Progress progress(request.showProgress, in.info().frames, in.info().samplerate);
     const Totals totals =
         integerRoad ? runPcm(chain, in, out, progress)

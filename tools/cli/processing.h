@@ -18,6 +18,7 @@ struct ProcessRequest {
     std::string chain;
     std::string bits;  // empty: follow the chain
     bool quiet = false;
+    bool dither = true;  // when the output holds fewer bits than the source
     bool showProgress = false;
 };
 

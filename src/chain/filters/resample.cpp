@@ -11,6 +11,23 @@ namespace {
 constexpr int kMostMultiples = 1023;    // the converter looks no further for a common multiple
 constexpr double kHalfLength = 4096.0;  // filter taps on each side, at the common multiple
 
+// The converter's pass band ends at 22/50 of the output rate. Raising the rate,
+// the images of the input start at its half rate, so they stay unless
+// 22/50 x output <= 1/2 x input: at most 25/22 (about 1.136) times the input.
+long long highestCleanRate(long long input) { return input * 25 / 22; }
+
+void requireCleanRise(long long input, long long output) {
+    if (output <= highestCleanRate(input)) return;
+    throw StreamError(
+        "resample: raising " + std::to_string(input) + " Hz to " + std::to_string(output) +
+        " Hz would leave images of the input, because the converter's pass band reaches " +
+        numberText(0.44 * static_cast<double>(output)) + " Hz, above the " +
+        numberText(0.5 * static_cast<double>(input)) +
+        " Hz the input holds; it raises the rate cleanly up to " +
+        std::to_string(highestCleanRate(input)) +
+        " Hz; to go higher put velmo:enhance=off first, a clean 2x interpolator");
+}
+
 // The rate at which the converter's filter runs, or 0 when it finds none.
 long long commonMultiple(long long a, long long b) {
     const long long high = std::max(a, b);
@@ -22,6 +39,7 @@ long long commonMultiple(long long a, long long b) {
 
 BuiltFilter build(const Settings& settings, const StreamFormat& input) {
     const int rate = static_cast<int>(settings.number("rate"));
+    requireCleanRise(input.rate, rate);
     const long long multiple = commonMultiple(input.rate, rate);
     if (multiple == 0)
         throw StreamError("resample: " + std::to_string(input.rate) + " and " +
@@ -39,8 +57,8 @@ FilterEntry resampleEntry() {
     return {{
                 "resample",
                 "converts to a fixed rate through a windowed-sinc low-pass (pass band to 0.44 x "
-                "the output "
-                "rate, so raising the rate by more than 1.14x leaves images of the input)",
+                "the output rate, so it raises the rate by at most 1.136x; velmo:enhance=off "
+                "doubles it)",
                 "any rate in, the given rate out",
                 "converter (filter table and input history)",
                 "rate",
