@@ -28,7 +28,7 @@ std::string messageOf(Action action) {
 
 TEST(ChainText, ReadsUnitsPositionalValuesAndDefaults) {
     const std::vector<qc::Step> steps =
-        qc::parse("  EQ:1k=-2dB,63=+3   resample:48kHz alc:mode=Sample,enabled=no velmo ");
+        qc::parse("  EQ:1k=-2dB,63=+3   resample:48kHz alc:mode=Sample,enabled=OFF velmo ");
     ASSERT_EQ(steps.size(), 4u);
     EXPECT_EQ(steps[0].filter, qc::findFilter("eq"));
     const qc::Settings& eq = steps[0].settings;
@@ -78,6 +78,8 @@ TEST(ChainText, RefusesWithTheLineTheUserSees) {
         {"eq:1k=-2.5dB", "eq: 1k=-2.5dB must be a whole number"},
         {"alc:enabled=maybe", "alc: enabled=maybe must be on or off"},
         {"velmo:mode=loud", "velmo: mode=loud is not one of super, fine"},
+        {"velmo:enhance=yes", "velmo: enhance=yes must be on or off"},
+        {"eq:enabled=0", "eq: enabled=0 must be on or off"},
         {"alc:mode=linked,mode=sample", "alc: mode is given twice"},
         {"alc:mode=linked,", "alc: empty setting in 'mode=linked,'"},
         {"eq:3", "eq: '3' needs the form parameter=value"},

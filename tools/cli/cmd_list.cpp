@@ -117,7 +117,6 @@ CHAIN is one or more filters separated by spaces, applied in order:
   NAME                    a filter with its default settings
   NAME:KEY=VALUE,...      with settings; numbers may carry their unit (-2dB, 48kHz)
   NAME:VALUE              sets the filter's main parameter (resample:48000)
-Switches (on|off) also take yes|no, true|false and 1|0.
 A filter whose instances share process-wide state may appear once per chain;
 hold, which works on integer PCM, runs alone.
 
