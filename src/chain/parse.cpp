@@ -52,8 +52,8 @@ double parseNumber(const std::string& filter, const Parameter& param, const std:
 
 double parseSwitch(const std::string& filter, const Parameter& param, const std::string& text) {
     const std::string word = lowercase(text);
-    if (word == "on" || word == "yes" || word == "true" || word == "1") return 1.0;
-    if (word == "off" || word == "no" || word == "false" || word == "0") return 0.0;
+    if (word == "on") return 1.0;
+    if (word == "off") return 0.0;
     throw SyntaxError(filter + ": " + param.key + "=" + text + " must be on or off");
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <stdexcept>
 
@@ -145,15 +146,49 @@ const FilterEntry& entryFor(const FilterInfo& info) {
     return registry().entries[static_cast<size_t>(&info - infos.data())];
 }
 
+namespace {
+
+// A converter between rates in a whole ratio (88200 to 44100) keeps the
+// timing simplest and is what a user would pick.
+bool inWholeRatio(int a, int b) { return std::max(a, b) % std::min(a, b) == 0; }
+
+// The rate of `rates` resample reaches cleanly from `from`, preferring one in
+// a whole ratio, then the nearest; 0 when none is in reach.
+int resampleTarget(int from, const std::vector<int>& rates) {
+    int best = 0;
+    for (int rate : rates) {
+        if (rate > highestCleanRate(from)) continue;
+        const bool closer = best == 0 || inWholeRatio(rate, from) > inWholeRatio(best, from) ||
+                            (inWholeRatio(rate, from) == inWholeRatio(best, from) &&
+                             std::abs(rate - from) < std::abs(best - from));
+        if (closer) best = rate;
+    }
+    return best;
+}
+
+}  // namespace
+
+std::string stepsToReach(int rate, const std::vector<int>& rates, bool mayDouble) {
+    const std::string doubling = "velmo:enhance=off";
+    if (mayDouble && std::find(rates.begin(), rates.end(), 2 * rate) != rates.end())
+        return doubling;
+    if (const int target = resampleTarget(rate, rates)) return "resample:" + std::to_string(target);
+    if (const int target = mayDouble ? resampleTarget(2 * rate, rates) : 0)
+        return doubling + " resample:" + std::to_string(target);
+    return "";
+}
+
 void requireRate(const std::string& filter, const StreamFormat& input, std::vector<int> rates,
-                 const std::string& hint) {
+                 const std::string& hint, bool mayDouble) {
     for (int rate : rates)
         if (rate == input.rate) return;
     std::string list;
     for (size_t i = 0; i < rates.size(); ++i)
         list += (i == 0 ? "" : i + 1 == rates.size() ? " or " : ", ") + std::to_string(rates[i]);
+    const std::string steps = stepsToReach(input.rate, rates, mayDouble);
     throw StreamError(filter + " works at " + list + " Hz, not at the " +
-                      std::to_string(input.rate) + " Hz this stream has at that point" + hint);
+                      std::to_string(input.rate) + " Hz this stream has at that point" +
+                      (steps.empty() ? "" : "; put " + steps + " first") + hint);
 }
 
 ParamBlock::ParamBlock(RealAudioFilter& filter, unsigned long id, int size)

@@ -62,9 +62,18 @@ const FilterEntry& entryFor(const FilterInfo& info);
 // The depth a depthParam asks for, given the converter's input.
 int chosenDepth(const Settings& settings, const StreamFormat& input);
 
-// Throws unless the stream's rate is one of `rates`; `hint` ends the message.
+// The highest rate resample raises `input` to without leaving its images.
+long long highestCleanRate(long long input);
+
+// What to put in front of a filter to bring a stream at `rate` to one of
+// `rates`: "resample:48000", "velmo:enhance=off" (doubling, unless
+// `mayDouble` is false), both, or "" when neither reaches one.
+std::string stepsToReach(int rate, const std::vector<int>& rates, bool mayDouble = true);
+
+// Throws unless the stream's rate is one of `rates`, saying what to put
+// first; `hint` ends the message. `mayDouble` as for stepsToReach.
 void requireRate(const std::string& filter, const StreamFormat& input, std::vector<int> rates,
-                 const std::string& hint = "");
+                 const std::string& hint = "", bool mayDouble = true);
 
 // The parameter block of one filter: read from the filter, changed field by
 // field, handed back. A refusal by the filter is reported as a StreamError.

@@ -73,9 +73,8 @@ std::vector<Section> readSections(const std::string& filter, const std::string& 
 }
 
 void requireHighRate(const std::string& filter, const StreamFormat& input) {
-    requireRate(
-        filter, input, {88200, 96000},
-        "; at 44100 and 48000 Hz it would pass the audio unchanged (velmo doubles the rate)");
+    requireRate(filter, input, {88200, 96000},
+                " (at 44100 and 48000 Hz it would pass the audio unchanged)");
 }
 
 void putSection(ParamBlock& block, int offset, const Section& section) {

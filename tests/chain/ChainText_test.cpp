@@ -28,7 +28,7 @@ std::string messageOf(Action action) {
 
 TEST(ChainText, ReadsUnitsPositionalValuesAndDefaults) {
     const std::vector<qc::Step> steps =
-        qc::parse("  EQ:1k=-2dB,63=+3   resample:48kHz alc:mode=Sample,enabled=no velmo ");
+        qc::parse("  EQ:1k=-2dB,63=+3   resample:48kHz alc:mode=Sample,enabled=OFF velmo ");
     ASSERT_EQ(steps.size(), 4u);
     EXPECT_EQ(steps[0].filter, qc::findFilter("eq"));
     const qc::Settings& eq = steps[0].settings;
@@ -78,6 +78,8 @@ TEST(ChainText, RefusesWithTheLineTheUserSees) {
         {"eq:1k=-2.5dB", "eq: 1k=-2.5dB must be a whole number"},
         {"alc:enabled=maybe", "alc: enabled=maybe must be on or off"},
         {"velmo:mode=loud", "velmo: mode=loud is not one of super, fine"},
+        {"velmo:enhance=yes", "velmo: enhance=yes must be on or off"},
+        {"eq:enabled=0", "eq: enabled=0 must be on or off"},
         {"alc:mode=linked,mode=sample", "alc: mode is given twice"},
         {"alc:mode=linked,", "alc: empty setting in 'mode=linked,'"},
         {"eq:3", "eq: '3' needs the form parameter=value"},
@@ -102,28 +104,27 @@ TEST(ChainText, BuiltChainsRefuseStreamsTheyCannotWorkOn) {
         const char* message;
     } refusals[] = {
         {"hpeq", cd,
-         "hpeq works at 88200 or 96000 Hz, not at the 44100 Hz this stream has at that point; at "
-         "44100 and "
-         "48000 Hz it would pass the audio unchanged (velmo doubles the rate)"},
+         "hpeq works at 88200 or 96000 Hz, not at the 44100 Hz this stream has at that point; put "
+         "velmo:enhance=off first (at 44100 and 48000 Hz it would pass the audio unchanged)"},
         {"velmo decimate personalize", cd,
          "personalize works at 88200 or 96000 Hz, not at the 44100 Hz this stream has at that "
-         "point; at 44100 "
-         "and 48000 Hz it would pass the audio unchanged (velmo doubles the rate)"},
+         "point; put velmo:enhance=off first (at 44100 and 48000 Hz it would pass the audio "
+         "unchanged)"},
         {"velmo:enhance=on",
          {96000, 16},
-         "velmo works at 44100 or 48000 Hz, not at the 96000 Hz this stream has at that point "
-         "(enhance=off "
-         "interpolates at any rate)"},
+         "velmo works at 44100 or 48000 Hz, not at the 96000 Hz this stream has at that point; put "
+         "resample:48000 first (enhance=off interpolates at any rate)"},
         {"velmo",
          {44100, 32},
          "velmo enhances 16- and 24-bit sources, not this 32-bit one (enhance=off interpolates at "
          "any depth)"},
         {"eq:32k=+3", cd,
-         "eq: band 32k acts only at 88200 and 96000 Hz, not at the 44100 Hz of this stream"},
+         "eq: band 32k acts only at 88200 and 96000 Hz, not at the 44100 Hz of this stream; put "
+         "velmo:enhance=off first"},
         {"surround",
          {32000, 16},
          "surround works at 44100, 48000, 88200 or 96000 Hz, not at the 32000 Hz this stream has "
-         "at that point"},
+         "at that point; put velmo:enhance=off resample:48000 first"},
         {"resample:44101", cd,
          "resample: 44100 and 44101 Hz have no common multiple within 1023 multiples of the higher "
          "rate; "
@@ -141,6 +142,44 @@ TEST(ChainText, BuiltChainsRefuseStreamsTheyCannotWorkOn) {
             << refusal.text;
     // Switched off, a filter passes any stream.
     EXPECT_NO_THROW(qc::Chain("hpeq:enabled=off eq:enabled=off surround:enabled=off", {32000, 16}));
+}
+
+// A rate refusal names what to put first, and that chain builds: resample
+// where it reaches a rate the filter takes cleanly (a whole ratio first, then
+// the nearest), velmo:enhance=off where doubling does or must come first.
+TEST(ChainText, RateRefusalsNameStepsThatWork) {
+    const struct {
+        const char* filter;
+        int rate;
+        const char* steps;
+    } cases[] = {
+        {"velmo", 88200, "resample:44100"},
+        {"velmo", 96000, "resample:48000"},
+        {"velmo", 50000, "resample:48000"},
+        {"velmo", 32000, ""},  // velmo cannot come before itself, resample cannot rise that far
+        {"eq", 22050, "velmo:enhance=off"},
+        {"eq", 192000, "resample:96000"},
+        {"eq", 176400, "resample:88200"},
+        {"eq", 32000, "velmo:enhance=off resample:48000"},
+        {"eq", 16000, ""},
+        {"surround", 64000, "resample:48000"},
+        {"hpeq", 48000, "velmo:enhance=off"},
+        {"personalize", 192000, "resample:96000"},
+        {"eq:32k=+3", 48000, "velmo:enhance=off"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.filter) + " at " + std::to_string(c.rate));
+        const std::string message = messageOf<qc::StreamError>([&] {
+            qc::Chain(c.filter, qc::StreamFormat{c.rate, 16});
+        });
+        const std::string hint = std::string("; put ") + c.steps + " first";
+        if (*c.steps == '\0') {
+            EXPECT_EQ(message.find("; put "), std::string::npos) << message;
+            continue;
+        }
+        EXPECT_NE(message.find(hint), std::string::npos) << message;
+        EXPECT_NO_THROW(qc::Chain(std::string(c.steps) + " " + c.filter, {c.rate, 16}));
+    }
 }
 
 // The converter's pass band ends at 0.44 x its output rate: raising the rate

@@ -151,7 +151,8 @@ int openForReading(const std::string& path) {
 
 }  // namespace
 
-InputFile::InputFile(const std::string& path, const FileFormat& format) : filePath(path) {
+InputFile::InputFile(const std::string& path, const FileFormat& format, TruncatedInput truncation)
+    : filePath(path), truncation(truncation) {
     const int fd = openForReading(path);
     if (format.type == "raw") {
         sfInfo.samplerate = format.rate;
@@ -168,6 +169,8 @@ InputFile::InputFile(const std::string& path, const FileFormat& format) : filePa
                        describeContainer() + ")");
     }
     if (logShowsShortAudioChunk(file)) {
+        cutShort = true;
+        if (truncation == TruncatedInput::Salvage) return;
         sf_close(file);
         throw CliError(path + " is truncated: the file ends before the audio its header announces");
     }
@@ -200,15 +203,21 @@ void InputFile::requireMonoOrStereo() const {
                        " channels; quorvex processes mono and stereo files only");
 }
 
+// Salvaging, a decoding error ends the audio: a cut-off FLAC stream loses
+// sync where the file stops.
 sf_count_t InputFile::counted(sf_count_t frames) {
-    if (sf_error(file) != SF_ERR_NO_ERROR)
-        throw CliError(filePath +
-                       " is damaged or truncated: " + withoutFullStop(sf_strerror(file)));
+    if (sf_error(file) != SF_ERR_NO_ERROR) {
+        if (truncation == TruncatedInput::Refuse)
+            throw CliError(filePath +
+                           " is damaged or truncated: " + withoutFullStop(sf_strerror(file)));
+        cutShort = lostDecoder = true;
+    }
     framesRead += frames;
     return frames;
 }
 
 sf_count_t InputFile::readInterleaved(double* samples, sf_count_t frames) {
+    if (lostDecoder) return 0;
     return counted(sf_readf_double(file, samples, frames));
 }
 
@@ -222,7 +231,7 @@ sf_count_t InputFile::readStereo(double* samples, sf_count_t frames) {
 sf_count_t InputFile::readStereoPcm(unsigned char* bytes, sf_count_t frames, int bits) {
     const size_t needed = static_cast<size_t>(frames * sfInfo.channels);
     if (stored.size() < needed) stored.resize(needed);
-    const sf_count_t got = counted(sf_readf_int(file, stored.data(), frames));
+    const sf_count_t got = lostDecoder ? 0 : counted(sf_readf_int(file, stored.data(), frames));
     const int width = bits / 8;
     for (sf_count_t f = 0; f < got; ++f) {
         const int* frame = &stored[static_cast<size_t>(f * sfInfo.channels)];
@@ -232,8 +241,10 @@ sf_count_t InputFile::readStereoPcm(unsigned char* bytes, sf_count_t frames, int
     return got;
 }
 
-void InputFile::requireFullyRead() const {
-    if (framesRead < sfInfo.frames)
+void InputFile::requireFullyRead() {
+    if (framesRead >= sfInfo.frames) return;
+    cutShort = true;
+    if (truncation == TruncatedInput::Refuse)
         throw CliError(filePath + " is truncated: it ends after " + std::to_string(framesRead) +
                        " of the " + std::to_string(sfInfo.frames) + " frames its header announces");
 }

@@ -30,9 +30,13 @@ struct FileFormat {
 
 bool isStandardStream(const std::string& path);
 
+// What to do with a file that ends before the audio its header announces.
+enum class TruncatedInput { Refuse, Salvage };
+
 class InputFile {
 public:
-    explicit InputFile(const std::string& path, const FileFormat& format = {});
+    explicit InputFile(const std::string& path, const FileFormat& format = {},
+                       TruncatedInput truncation = TruncatedInput::Refuse);
     ~InputFile();
     InputFile(const InputFile&) = delete;
     InputFile& operator=(const InputFile&) = delete;
@@ -55,8 +59,10 @@ public:
     // Stereo frames of little-endian integer PCM of `bits` bits.
     sf_count_t readStereoPcm(unsigned char* bytes, sf_count_t frames, int bits);
 
-    // Throws if fewer frames came out than the header promised.
-    void requireFullyRead() const;
+    // Throws if fewer frames came out than the header promised, unless
+    // salvaging; truncated() then tells.
+    void requireFullyRead();
+    bool truncated() const { return cutShort; }
 
 private:
     sf_count_t counted(sf_count_t frames);
@@ -65,7 +71,10 @@ private:
     SF_INFO sfInfo{};
     SNDFILE* file = nullptr;
     sf_count_t framesRead = 0;
-    std::vector<int> stored;  // integer frames as the file holds them
+    TruncatedInput truncation;
+    bool cutShort = false;     // salvaging: the audio ends early
+    bool lostDecoder = false;  // salvaging: past a decoding error, nothing more is read
+    std::vector<int> stored;   // integer frames as the file holds them
 };
 
 SampleEncoding encodingForBits(int bits);

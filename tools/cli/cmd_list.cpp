@@ -79,7 +79,7 @@ constexpr const char* kHelp = R"(quorvex: runs audio files through chains of the
 
 usage:
   quorvex process [-t TYPE] IN [-t TYPE] OUT --chain "CHAIN" [--bits 16|24|32|float]
-                  [--no-dither] [--quiet]
+                  [--no-dither] [--allow-truncated] [--quiet]
   quorvex info FILE...
   quorvex list
   quorvex demo [DIR]
@@ -94,10 +94,12 @@ process   reads IN, runs it through CHAIN and writes OUT (.wav, .flac or .aiff).
           way); float sources stay doubles. Mono input comes out as stereo.
           Samples over full scale are clipped on the way to integers, with a
           warning. Fewer bits out than the source holds get triangular
-          dither (--no-dither: rounding to the nearest step). OUT appears
-          only when everything went well; IN is never changed. A progress
-          bar shows on stderr when it is a terminal (--quiet: none, and no
-          warnings).
+          dither (--no-dither: rounding to the nearest step). An IN that
+          ends before the audio its header announces is refused
+          (--allow-truncated: what it holds is processed, with a warning).
+          OUT appears only when everything went well; IN is never changed.
+          A progress bar shows on stderr when it is a terminal (--quiet:
+          none, and no warnings).
           IN or OUT "-" is standard input or output; -t wav|flac|aiff|raw
           names the type of the file after it where no extension does. Raw
           input (little-endian) needs --rate HZ and --channels 1|2, and
@@ -115,7 +117,6 @@ CHAIN is one or more filters separated by spaces, applied in order:
   NAME                    a filter with its default settings
   NAME:KEY=VALUE,...      with settings; numbers may carry their unit (-2dB, 48kHz)
   NAME:VALUE              sets the filter's main parameter (resample:48000)
-Switches (on|off) also take yes|no, true|false and 1|0.
 A filter whose instances share process-wide state may appear once per chain;
 hold, which works on integer PCM, runs alone.
 

@@ -103,6 +103,8 @@ ProcessRequest parseArguments(const Arguments& args) {
             request.quiet = true;
         else if (options.current() == "--no-dither")
             request.dither = false;
+        else if (options.current() == "--allow-truncated")
+            request.allowTruncated = true;
         else if (options.current().size() > 1 && options.current()[0] == '-')
             throw UsageError("process: unknown option '" + options.current() + "'");
         else {
@@ -130,6 +132,10 @@ ProcessRequest parseArguments(const Arguments& args) {
 int runProcess(const Arguments& args) {
     const ProcessRequest request = parseArguments(args);
     const ProcessResult result = processFile(request);
+    if (result.inputTruncated && !request.quiet)
+        std::fprintf(stderr,
+                     "quorvex: warning: %s is truncated; processed the %lld frames it holds\n",
+                     request.input.c_str(), result.framesIn);
     if (result.clippedSamples > 0 && !request.quiet)
         std::fprintf(stderr,
                      "quorvex: warning: clipped %lld %s over full scale "

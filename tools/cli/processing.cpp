@@ -79,7 +79,8 @@ SampleEncoding outputEncoding(const ProcessRequest& request, const InputFile& in
 ProcessResult processFile(const ProcessRequest& request) {
     const std::vector<qc::Step> steps = qc::parse(request.chain);
     refuseSameFile(request.input, request.output);
-    InputFile in(request.input, request.inputFormat);
+    InputFile in(request.input, request.inputFormat,
+                 request.allowTruncated ? TruncatedInput::Salvage : TruncatedInput::Refuse);
     in.requireMonoOrStereo();
     const int bits = in.integerBits() != 0 ? in.integerBits() : kFloatSourceBits;
     if (steps.front().filter->integerOnly && in.integerBits() == 0)
@@ -106,7 +107,7 @@ ProcessResult processFile(const ProcessRequest& request) {
     out.commit();
     progress.finish();
 
-    return ProcessResult{chain.input(),        chain.output(),  encodingName(encoding),
-                         chain.name(),         totals.framesIn, progress.elapsedSeconds(),
-                         totals.clippedSamples};
+    return ProcessResult{chain.input(),         chain.output(),  encodingName(encoding),
+                         chain.name(),          totals.framesIn, progress.elapsedSeconds(),
+                         totals.clippedSamples, in.truncated()};
 }

@@ -18,7 +18,8 @@ struct ProcessRequest {
     std::string chain;
     std::string bits;  // empty: follow the chain
     bool quiet = false;
-    bool dither = true;  // when the output holds fewer bits than the source
+    bool allowTruncated = false;  // process what a cut-short input holds
+    bool dither = true;           // when the output holds fewer bits than the source
     bool showProgress = false;
 };
 
@@ -30,6 +31,7 @@ struct ProcessResult {
     long long framesIn = 0;
     double seconds = 0.0;
     long long clippedSamples = 0;
+    bool inputTruncated = false;
 };
 
 ProcessResult processFile(const ProcessRequest& request);

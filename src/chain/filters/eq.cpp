@@ -20,11 +20,13 @@ double gainForDecibels(double decibels) {
 
 void refuseHighBandsAtLowRates(const Settings& settings, const StreamFormat& input) {
     if (input.rate == 88200 || input.rate == 96000) return;
+    const std::string steps = stepsToReach(input.rate, {88200, 96000});
     for (int band = kLowRateBands; band < kBands; ++band)
         if (settings.given(kBandKeys[band]) && settings.number(kBandKeys[band]) != 0.0)
             throw StreamError(std::string("eq: band ") + kBandKeys[band] +
                               " acts only at 88200 and 96000 Hz, not at the " +
-                              std::to_string(input.rate) + " Hz of this stream");
+                              std::to_string(input.rate) + " Hz of this stream" +
+                              (steps.empty() ? "" : "; put " + steps + " first"));
 }
 
 BuiltFilter build(const Settings& settings, const StreamFormat& input) {

@@ -14,8 +14,6 @@ constexpr double kHalfLength = 4096.0;  // filter taps on each side, at the comm
 // The converter's pass band ends at 22/50 of the output rate. Raising the rate,
 // the images of the input start at its half rate, so they stay unless
 // 22/50 x output <= 1/2 x input: at most 25/22 (about 1.136) times the input.
-long long highestCleanRate(long long input) { return input * 25 / 22; }
-
 void requireCleanRise(long long input, long long output) {
     if (output <= highestCleanRate(input)) return;
     throw StreamError(
@@ -52,6 +50,8 @@ BuiltFilter build(const Settings& settings, const StreamFormat& input) {
 }
 
 }  // namespace
+
+long long highestCleanRate(long long input) { return input * 25 / 22; }
 
 FilterEntry resampleEntry() {
     return {{

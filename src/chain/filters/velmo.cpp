@@ -12,7 +12,7 @@ constexpr double kEnhancerDelay = 16.5;
 constexpr double kInterpolatorDelay = 32.5;
 
 void requireEnhanceableSource(const StreamFormat& input) {
-    requireRate("velmo", input, {44100, 48000}, " (enhance=off interpolates at any rate)");
+    requireRate("velmo", input, {44100, 48000}, " (enhance=off interpolates at any rate)", false);
     if (input.bits != 16 && input.bits != 24)
         throw StreamError("velmo enhances 16- and 24-bit sources, not this " +
                           std::to_string(input.bits) +
