@@ -87,6 +87,7 @@ private:
 FilterEntry alcEntry();
 FilterEntry decimateEntry();
 FilterEntry eqEntry();
+FilterEntry gainEntry();
 FilterEntry holdEntry();
 FilterEntry hpeqEntry();
 FilterEntry personalizeEntry();

@@ -238,6 +238,12 @@ void InputFile::requireFullyRead() const {
                        " of the " + std::to_string(sfInfo.frames) + " frames its header announces");
 }
 
+void InputFile::rewind() {
+    if (sf_seek(file, 0, SEEK_SET) != 0)
+        throw CliError("cannot read " + filePath + " a second time: " + sf_strerror(file));
+    framesRead = 0;
+}
+
 SampleEncoding encodingForBits(int bits) {
     switch (bits) {
         case 16: return SampleEncoding::Pcm16;

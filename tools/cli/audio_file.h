@@ -57,6 +57,8 @@ public:
 
     // Throws if fewer frames came out than the header promised.
     void requireFullyRead() const;
+    // Back to the first frame, to read the audio once more.
+    void rewind();
 
 private:
     sf_count_t counted(sf_count_t frames);

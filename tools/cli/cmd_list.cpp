@@ -79,7 +79,7 @@ constexpr const char* kHelp = R"(quorvex: runs audio files through chains of the
 
 usage:
   quorvex process [-t TYPE] IN [-t TYPE] OUT --chain "CHAIN" [--bits 16|24|32|float]
-                  [--no-dither] [--quiet]
+                  [--no-dither] [--norm[=DB]] [--quiet]
   quorvex info FILE...
   quorvex list
   quorvex demo [DIR]
@@ -94,7 +94,9 @@ process   reads IN, runs it through CHAIN and writes OUT (.wav, .flac or .aiff).
           way); float sources stay doubles. Mono input comes out as stereo.
           Samples over full scale are clipped on the way to integers, with a
           warning. Fewer bits out than the source holds get triangular
-          dither (--no-dither: rounding to the nearest step). OUT appears
+          dither (--no-dither: rounding to the nearest step). --norm reads
+          IN twice: it measures the chain's output peak, then scales it to
+          DB dBFS (default -0.1) with a gain step after the chain. OUT appears
           only when everything went well; IN is never changed. A progress
           bar shows on stderr when it is a terminal (--quiet: none, and no
           warnings).

@@ -20,6 +20,8 @@ struct ProcessRequest {
     bool quiet = false;
     bool dither = true;  // when the output holds fewer bits than the source
     bool showProgress = false;
+    bool normalize = false;   // scale the chain's output so its peak lands at normLevel
+    double normLevel = -0.1;  // dBFS
 };
 
 struct ProcessResult {
