@@ -79,7 +79,7 @@ constexpr const char* kHelp = R"(quorvex: runs audio files through chains of the
 
 usage:
   quorvex process [-t TYPE] IN [-t TYPE] OUT --chain "CHAIN" [--bits 16|24|32|float]
-                  [--no-dither] [--norm[=DB]] [--quiet]
+                  [--no-dither] [--norm[=DB]] [--stereo] [--quiet]
   quorvex info FILE...
   quorvex list
   quorvex demo [DIR]
@@ -91,7 +91,9 @@ process   reads IN, runs it through CHAIN and writes OUT (.wav, .flac or .aiff).
           24 bits after velmo; the fixed rate after resample) unless --bits
           asks for another depth. Integer sources take the library's integer
           road (unless the chain rises above twice its output rate on the
-          way); float sources stay doubles. Mono input comes out as stereo.
+          way); float sources stay doubles. Mono input runs through the
+          chain as two equal channels and comes out as mono, folded back
+          as (L + R) / 2 (--stereo: both channels kept).
           Samples over full scale are clipped on the way to integers, with a
           warning. Fewer bits out than the source holds get triangular
           dither (--no-dither: rounding to the nearest step). --norm reads

@@ -113,6 +113,8 @@ ProcessRequest parseArguments(const Arguments& args) {
             type = parseType(type);
         else if (options.current() == "--quiet" || options.current() == "-q")
             request.quiet = true;
+        else if (options.current() == "--stereo")
+            request.stereo = true;
         else if (options.current() == "--no-dither")
             request.dither = false;
         else if (options.current() == "--norm" || options.current().rfind("--norm=", 0) == 0)

@@ -157,7 +157,8 @@ ProcessResult processFile(const ProcessRequest& request) {
     if (request.normalize) steps = normalized(std::move(steps), format, in, request.normLevel);
     qc::Chain chain(steps, format);
     const SampleEncoding encoding = outputEncoding(request, in, chain);
-    OutputFile out(request.output, chain.output().rate, encoding, request.outputType);
+    const int channels = in.info().channels == 1 && !request.stereo ? 1 : 2;
+    OutputFile out(request.output, chain.output().rate, encoding, request.outputType, channels);
     const bool dither = request.dither && depthGoesDown(in, encoding);
     if (dither) out.ditherWhenRounding();
 
