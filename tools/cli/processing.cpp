@@ -81,8 +81,7 @@ SampleEncoding outputEncoding(const ProcessRequest& request, const InputFile& in
                                                                   : SampleEncoding::Pcm24;
 }
 
-// The largest level a gain step takes, and the most filters a chain runs.
-constexpr double kMaxGainDb = 120.0;
+// The most filters a chain runs.
 constexpr size_t kMostFilters = 10;
 
 // The peak of the chain's output over the whole input, before any clipping.
@@ -135,8 +134,10 @@ std::vector<qc::Step> normalized(std::vector<qc::Step> steps, qc::StreamFormat f
         throw CliError("--norm adds a gain step, and the chain already holds the most filters");
     const double peak = measurePeak(steps, format, in);
     if (peak <= 0.0) return steps;
-    const double decibels = std::clamp(level - 20.0 * std::log10(peak), -kMaxGainDb, kMaxGainDb);
-    qc::Step gain{qc::findFilter("gain"), {}};
+    const qc::FilterInfo* gainFilter = qc::findFilter("gain");
+    const qc::Parameter* range = gainFilter->findParam("db");
+    const double decibels = std::clamp(level - 20.0 * std::log10(peak), range->min, range->max);
+    qc::Step gain{gainFilter, {}};
     gain.settings.set("db", std::to_string(decibels), decibels, true);
     steps.push_back(gain);
     return steps;

@@ -70,6 +70,20 @@ TEST(CliHeadroom, GainAndNormKeepALoudSurroundRunWithinFullScale) {
     }
 }
 
+// Standard input is kept in a temporary file, which the measuring pass and
+// the real run both read.
+TEST(CliHeadroom, NormReadsAPipeTwice) {
+    ScratchDir dir;
+    writeAudio(dir.file("in.wav"), kWav16, 2, musicLike(kRate / 2, 2));
+    const RunResult run = runProgram(
+        "/bin/sh", {"-c", "cat " + dir.file("in.wav") + " | " QUORVEX_CLI_PATH " process - " +
+                              dir.file("out.wav") + " --chain eq:1k=+3 --norm=-2"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    const Audio out = readAudio(dir.file("out.wav"));
+    EXPECT_EQ(out.info.frames, kRate / 2);
+    EXPECT_NEAR(peakDb(out.values), -2.0, 0.001);
+}
+
 TEST(CliHeadroom, NormRefusesWhatItCannotDo) {
     ScratchDir dir;
     writeAudio(dir.file("in.wav"), kWav16, 2, musicLike(kRate / 10, 2));
