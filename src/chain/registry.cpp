@@ -112,9 +112,9 @@ struct Registry {
 
 Registry makeRegistry() {
     Registry registry;
-    registry.entries = {alcEntry(),      decimateEntry(), eqEntry(),
-                        holdEntry(),     hpeqEntry(),     personalizeEntry(),
-                        resampleEntry(), surroundEntry(), velmoEntry()};
+    registry.entries = {alcEntry(),      decimateEntry(), eqEntry(),          gainEntry(),
+                        holdEntry(),     hpeqEntry(),     personalizeEntry(), resampleEntry(),
+                        surroundEntry(), velmoEntry()};
     std::sort(registry.entries.begin(), registry.entries.end(),
               [](const FilterEntry& a, const FilterEntry& b) { return a.info.name < b.info.name; });
     for (FilterEntry& entry : registry.entries) {

@@ -96,6 +96,7 @@ private:
 FilterEntry alcEntry();
 FilterEntry decimateEntry();
 FilterEntry eqEntry();
+FilterEntry gainEntry();
 FilterEntry holdEntry();
 FilterEntry hpeqEntry();
 FilterEntry personalizeEntry();

@@ -58,6 +58,7 @@ TEST(ChainText, ReadsUnitsPositionalValuesAndDefaults) {
     EXPECT_EQ(hold.text("rate"), "");
     // Only filters sharing process-wide state are limited to one per chain.
     EXPECT_EQ(qc::parse("alc alc:mode=sample").size(), 2u);
+    EXPECT_EQ(qc::parse("gain:-3 eq gain:-2dB").size(), 3u);
 }
 
 TEST(ChainText, RefusesWithTheLineTheUserSees) {
@@ -82,6 +83,7 @@ TEST(ChainText, RefusesWithTheLineTheUserSees) {
         {"eq:enabled=0", "eq: enabled=0 must be on or off"},
         {"alc:mode=linked,mode=sample", "alc: mode is given twice"},
         {"alc:mode=linked,", "alc: empty setting in 'mode=linked,'"},
+        {"gain:121", "gain: db=121 is out of range: db takes -120 to 120 dB"},
         {"eq:3", "eq: '3' needs the form parameter=value"},
         {"hpeq:file=", "hpeq: file needs a file name"},
         {"eq:63=+3 alc eq:1k=-2",

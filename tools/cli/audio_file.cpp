@@ -200,7 +200,8 @@ std::string InputFile::describeEncoding() const {
 void InputFile::requireMonoOrStereo() const {
     if (sfInfo.channels > 2)
         throw CliError(filePath + " has " + std::to_string(sfInfo.channels) +
-                       " channels; quorvex processes mono and stereo files only");
+                       " channels; quorvex processes mono and stereo files only: mix it down "
+                       "to two channels first (for example sox in.wav -c 2 stereo.wav)");
 }
 
 // Salvaging, a decoding error ends the audio: a cut-off FLAC stream loses
@@ -247,6 +248,12 @@ void InputFile::requireFullyRead() {
     if (truncation == TruncatedInput::Refuse)
         throw CliError(filePath + " is truncated: it ends after " + std::to_string(framesRead) +
                        " of the " + std::to_string(sfInfo.frames) + " frames its header announces");
+}
+
+void InputFile::rewind() {
+    if (sf_seek(file, 0, SEEK_SET) != 0)
+        throw CliError("cannot read " + filePath + " a second time: " + sf_strerror(file));
+    framesRead = 0;
 }
 
 SampleEncoding encodingForBits(int bits) {
@@ -328,11 +335,11 @@ bool fileTypeHoldsFloat(const std::string& path, const std::string& type) {
 }
 
 OutputFile::OutputFile(const std::string& path, int rate, SampleEncoding encoding,
-                       const std::string& type)
-    : finalPath(path), fileBits(integerBitsOf(encoding)) {
+                       const std::string& type, int channels)
+    : finalPath(path), fileBits(integerBitsOf(encoding)), fileChannels(channels) {
     SF_INFO info{};
     info.samplerate = rate;
-    info.channels = 2;
+    info.channels = channels;
     info.format = majorFormatFor(path, type);
     if (info.format == SF_FORMAT_FLAC && encoding == SampleEncoding::Float)
         throw UsageError(path +
@@ -430,26 +437,46 @@ int32_t OutputFile::rounded(double steps) {
     return leftJustified(dithering ? steps + triangularNoise() : steps, fileBits);
 }
 
-void OutputFile::writeStereo(const double* samples, sf_count_t frames) {
+const double* OutputFile::foldedToMono(const double* stereo, sf_count_t frames) {
+    const size_t count = static_cast<size_t>(frames);
+    if (mono.size() < count) mono.resize(count);
+    for (size_t f = 0; f < count; ++f) mono[f] = (stereo[2 * f] + stereo[2 * f + 1]) / 2;
+    return mono.data();
+}
+
+void OutputFile::writeStereo(const double* stereo, sf_count_t frames) {
+    const double* samples = fileChannels == 1 ? foldedToMono(stereo, frames) : stereo;
     errno = 0;
     if (fileBits == 0) {
         written(frames, sf_writef_double(file, samples, frames));
         return;
     }
-    const size_t count = static_cast<size_t>(2 * frames);
+    const size_t count = static_cast<size_t>(fileChannels * frames);
     if (unpacked.size() < count) unpacked.resize(count);
     for (size_t i = 0; i < count; ++i) unpacked[i] = rounded(std::ldexp(samples[i], fileBits - 1));
     written(frames, sf_writef_int(file, unpacked.data(), frames));
 }
 
 // libsndfile narrows by dropping the low bits, which always rounds down and
-// offsets the audio by half a step; the nearest step of the file's depth instead.
+// offsets the audio by half a step; the nearest step of the file's depth
+// instead. Folding to mono works in steps too, so equal channels stay exact.
 void OutputFile::writeStereoPcm(const unsigned char* bytes, sf_count_t frames, int bits) {
-    const size_t count = static_cast<size_t>(2 * frames);
+    const size_t count = static_cast<size_t>(fileChannels * frames);
     if (unpacked.size() < count) unpacked.resize(count);
+    const bool narrowing = fileBits != 0 && fileBits < bits;
+    const int depth = narrowing ? fileBits : bits;
+    const size_t width = static_cast<size_t>(bits / 8);
+    const size_t stride = static_cast<size_t>(2 / fileChannels) * width;
     for (size_t i = 0; i < count; ++i) {
-        unpacked[i] = unpackSample(bytes + i * (bits / 8), bits);
-        if (fileBits != 0 && fileBits < bits) unpacked[i] = rounded(stepsOf(unpacked[i], fileBits));
+        const unsigned char* at = bytes + i * stride;
+        const int32_t first = unpackSample(at, bits);
+        if (fileChannels == 2 && !narrowing) {
+            unpacked[i] = first;
+            continue;
+        }
+        double steps = stepsOf(first, depth);
+        if (fileChannels == 1) steps = (steps + stepsOf(unpackSample(at + width, bits), depth)) / 2;
+        unpacked[i] = narrowing ? rounded(steps) : leftJustified(steps, depth);
     }
     errno = 0;
     written(frames, sf_writef_int(file, unpacked.data(), frames));

@@ -63,6 +63,8 @@ public:
     // salvaging; truncated() then tells.
     void requireFullyRead();
     bool truncated() const { return cutShort; }
+    // Back to the first frame, to read the audio once more.
+    void rewind();
 
 private:
     sf_count_t counted(sf_count_t frames);
@@ -88,8 +90,10 @@ SampleEncoding parseEncoding(const std::string& text);
 class OutputFile {
 public:
     // `type` names the container as FileFormat does; empty: from the extension.
+    // A mono file gets each stereo frame written to it folded to (L + R) / 2,
+    // which gives back L exactly when both channels agree.
     OutputFile(const std::string& path, int rate, SampleEncoding encoding,
-               const std::string& type = "");
+               const std::string& type = "", int channels = 2);
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
@@ -107,6 +111,7 @@ public:
 private:
     void written(sf_count_t wanted, sf_count_t done);
     void scaleIntegersIntoFloats();
+    const double* foldedToMono(const double* stereo, sf_count_t frames);
     void openStandardOutput(SF_INFO& info);
     // A sample as steps of the file's depth, dithered if asked, left-justified.
     int32_t rounded(double steps);
@@ -117,9 +122,11 @@ private:
     SNDFILE* file = nullptr;
     int syncFd = -1;
     int fileBits = 0;  // the integer depth written, 0 for float
+    int fileChannels = 2;
     bool dithering = false;
     uint64_t noiseState = 0x9E3779B97F4A7C15u;
     std::vector<int> unpacked;
+    std::vector<double> mono;
     std::unique_ptr<StreamSink> sink;  // standard output into a pipe
 };
 

@@ -79,7 +79,7 @@ constexpr const char* kHelp = R"(quorvex: runs audio files through chains of the
 
 usage:
   quorvex process [-t TYPE] IN [-t TYPE] OUT --chain "CHAIN" [--bits 16|24|32|float]
-                  [--no-dither] [--allow-truncated] [--quiet]
+                  [--no-dither] [--norm[=DB]] [--stereo] [--allow-truncated] [--quiet]
   quorvex info FILE...
   quorvex list
   quorvex demo [DIR]
@@ -91,10 +91,14 @@ process   reads IN, runs it through CHAIN and writes OUT (.wav, .flac or .aiff).
           24 bits after velmo; the fixed rate after resample) unless --bits
           asks for another depth. Integer sources take the library's integer
           road (unless the chain rises above twice its output rate on the
-          way); float sources stay doubles. Mono input comes out as stereo.
+          way); float sources stay doubles. Mono input runs through the
+          chain as two equal channels and comes out as mono, folded back
+          as (L + R) / 2 (--stereo: both channels kept).
           Samples over full scale are clipped on the way to integers, with a
           warning. Fewer bits out than the source holds get triangular
-          dither (--no-dither: rounding to the nearest step). An IN that
+          dither (--no-dither: rounding to the nearest step). --norm reads
+          IN twice: it measures the chain's output peak, then scales it to
+          DB dBFS (default -0.1) with a gain step after the chain. An IN that
           ends before the audio its header announces is refused
           (--allow-truncated: what it holds is processed, with a warning).
           OUT appears only when everything went well; IN is never changed.

@@ -84,6 +84,18 @@ void describeRawInput(ProcessRequest& request, const std::string& rate, const st
     if (!encoding.empty()) request.inputFormat.encoding = parseEncoding(encoding);
 }
 
+// --norm, or --norm=DB for a peak level other than the default.
+void setNorm(ProcessRequest& request, const std::string& option) {
+    if (request.normalize) throw UsageError("--norm is given twice; give it once");
+    request.normalize = true;
+    if (option.size() == std::string("--norm").size()) return;
+    const std::string text = option.substr(std::string("--norm=").size());
+    char* end = nullptr;
+    request.normLevel = std::strtod(text.c_str(), &end);
+    if (text.empty() || *end != '\0' || !(request.normLevel >= -60.0 && request.normLevel <= 0.0))
+        throw UsageError("--norm=" + text + ": give the peak level in dBFS, from -60 to 0");
+}
+
 ProcessRequest parseArguments(const Arguments& args) {
     ProcessRequest request;
     bool chainGiven = false;
@@ -101,10 +113,14 @@ ProcessRequest parseArguments(const Arguments& args) {
             type = parseType(type);
         else if (options.current() == "--quiet" || options.current() == "-q")
             request.quiet = true;
+        else if (options.current() == "--stereo")
+            request.stereo = true;
         else if (options.current() == "--no-dither")
             request.dither = false;
         else if (options.current() == "--allow-truncated")
             request.allowTruncated = true;
+        else if (options.current() == "--norm" || options.current().rfind("--norm=", 0) == 0)
+            setNorm(request, options.current());
         else if (options.current().size() > 1 && options.current()[0] == '-')
             throw UsageError("process: unknown option '" + options.current() + "'");
         else {
@@ -139,7 +155,8 @@ int runProcess(const Arguments& args) {
     if (result.clippedSamples > 0 && !request.quiet)
         std::fprintf(stderr,
                      "quorvex: warning: clipped %lld %s over full scale "
-                     "(alc at the end of the chain keeps the output in range)\n",
+                     "(gain:-N before the filter that adds level, --norm, or alc at the end of the "
+                     "chain keeps the output in range)\n",
                      result.clippedSamples, result.clippedSamples == 1 ? "sample" : "samples");
     if (request.showProgress)
         std::fprintf(stderr, "%s -> %s -> %s (%d Hz, %s), %.1f s of audio in %.2f s\n",

@@ -4,6 +4,13 @@
 #include "error.h"
 #include "progress.h"
 
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <string>
 #include <vector>
 
 namespace {
@@ -74,10 +81,72 @@ SampleEncoding outputEncoding(const ProcessRequest& request, const InputFile& in
                                                                   : SampleEncoding::Pcm24;
 }
 
+// The most filters a chain runs.
+constexpr size_t kMostFilters = 10;
+
+// The peak of the chain's output over the whole input, before any clipping.
+double peakOf(const std::vector<qc::Step>& steps, qc::StreamFormat format, InputFile& in) {
+    qc::Chain chain(steps, format);
+    double peak = 0.0;
+    qc::DoubleRunner runner(chain, false, [&peak](const double* stereo, long long frames) {
+        for (long long i = 0; i < 2 * frames; ++i) peak = std::max(peak, std::fabs(stereo[i]));
+    });
+    Progress silent(false, 0, format.rate);
+    streamFile(
+        in, runner, std::vector<double>(2 * kReadFrames),
+        [&in](double* block) { return in.readStereo(block, kReadFrames); }, silent);
+    return peak;
+}
+
+// Measures in a child process: most filters keep their history in
+// process-wide state that nothing clears, and the real run must start as
+// fresh as one without measuring. The child's errors reach the user from the
+// real run, which meets them again.
+double measurePeak(const std::vector<qc::Step>& steps, qc::StreamFormat format, InputFile& in) {
+    int ends[2];
+    if (pipe(ends) != 0) throw CliError("--norm: cannot measure the peak: out of resources");
+    const pid_t child = fork();
+    if (child == 0) {
+        close(ends[0]);
+        try {
+            const double peak = peakOf(steps, format, in);
+            _exit(write(ends[1], &peak, sizeof peak) == sizeof peak ? 0 : 1);
+        } catch (...) {
+            _exit(1);
+        }
+    }
+    close(ends[1]);
+    double peak = 0.0;
+    const bool measured = child > 0 && read(ends[0], &peak, sizeof peak) == sizeof peak;
+    close(ends[0]);
+    if (child > 0) waitpid(child, nullptr, 0);
+    in.rewind();
+    return measured ? peak : 0.0;
+}
+
+// The chain with a gain step after it that brings its peak to `level` dBFS;
+// silence stays as it is.
+std::vector<qc::Step> normalized(std::vector<qc::Step> steps, qc::StreamFormat format,
+                                 InputFile& in, double level) {
+    if (steps.front().filter->integerOnly)
+        throw CliError("--norm: " + steps.front().filter->name + " runs alone in its chain");
+    if (steps.size() >= kMostFilters)
+        throw CliError("--norm adds a gain step, and the chain already holds the most filters");
+    const double peak = measurePeak(steps, format, in);
+    if (peak <= 0.0) return steps;
+    const qc::FilterInfo* gainFilter = qc::findFilter("gain");
+    const qc::Parameter* range = gainFilter->findParam("db");
+    const double decibels = std::clamp(level - 20.0 * std::log10(peak), range->min, range->max);
+    qc::Step gain{gainFilter, {}};
+    gain.settings.set("db", std::to_string(decibels), decibels, true);
+    steps.push_back(gain);
+    return steps;
+}
+
 }  // namespace
 
 ProcessResult processFile(const ProcessRequest& request) {
-    const std::vector<qc::Step> steps = qc::parse(request.chain);
+    std::vector<qc::Step> steps = qc::parse(request.chain);
     refuseSameFile(request.input, request.output);
     InputFile in(request.input, request.inputFormat,
                  request.allowTruncated ? TruncatedInput::Salvage : TruncatedInput::Refuse);
@@ -86,9 +155,12 @@ ProcessResult processFile(const ProcessRequest& request) {
     if (steps.front().filter->integerOnly && in.integerBits() == 0)
         throw CliError(steps.front().filter->name + " works on integer PCM, and " + request.input +
                        " holds " + in.describeEncoding());
-    qc::Chain chain(steps, qc::StreamFormat{in.info().samplerate, bits});
+    const qc::StreamFormat format{in.info().samplerate, bits};
+    if (request.normalize) steps = normalized(std::move(steps), format, in, request.normLevel);
+    qc::Chain chain(steps, format);
     const SampleEncoding encoding = outputEncoding(request, in, chain);
-    OutputFile out(request.output, chain.output().rate, encoding, request.outputType);
+    const int channels = in.info().channels == 1 && !request.stereo ? 1 : 2;
+    OutputFile out(request.output, chain.output().rate, encoding, request.outputType, channels);
     const bool dither = request.dither && depthGoesDown(in, encoding);
     if (dither) out.ditherWhenRounding();
 

@@ -21,6 +21,9 @@ struct ProcessRequest {
     bool allowTruncated = false;  // process what a cut-short input holds
     bool dither = true;           // when the output holds fewer bits than the source
     bool showProgress = false;
+    bool stereo = false;      // a mono source comes out as the chain's two channels
+    bool normalize = false;   // scale the chain's output so its peak lands at normLevel
+    double normLevel = -0.1;  // dBFS
 };
 
 struct ProcessResult {
