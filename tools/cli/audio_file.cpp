@@ -482,6 +482,21 @@ void OutputFile::writeStereoPcm(const unsigned char* bytes, sf_count_t frames, i
     written(frames, sf_writef_int(file, unpacked.data(), frames));
 }
 
+namespace {
+
+// The header of a float WAV just written to `fd`, given the format chunk
+// readers expect (see extendFloatFormatChunk); any other file is left as it is.
+void extendFloatFormatChunkOf(int fd) {
+    std::vector<unsigned char> header(512);
+    const ssize_t got = pread(fd, header.data(), header.size(), 0);
+    if (got <= 0) return;
+    header.resize(static_cast<size_t>(got));
+    if (extendFloatFormatChunk(header) && pwrite(fd, header.data(), header.size(), 0) != got)
+        throw CliError("cannot write the header: " + systemError());
+}
+
+}  // namespace
+
 void OutputFile::commit() {
     const int closed = sf_close(file);
     file = nullptr;
@@ -489,6 +504,15 @@ void OutputFile::commit() {
         throw CliError("cannot write " + finalPath + ": " +
                        withoutFullStop(sf_error_number(closed)));
     if (sink) sink->flush();
+    if (!sink && !tempPath.empty()) extendFloatFormatChunkOf(syncFd);
+    if (!sink && tempPath.empty()) {
+        // Standard output redirected to a file is open for writing only.
+        const int readable = open("/proc/self/fd/1", O_RDWR);
+        if (readable >= 0) {
+            extendFloatFormatChunkOf(readable);
+            close(readable);
+        }
+    }
     if (tempPath.empty()) return;  // standard output: nothing to move into place
     if (fsync(syncFd) != 0 || close(std::exchange(syncFd, -1)) != 0 ||
         rename(tempPath.c_str(), finalPath.c_str()) != 0)

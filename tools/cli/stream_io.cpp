@@ -40,7 +40,57 @@ bool writeAll(int fd, const unsigned char* bytes, size_t count) {
     return true;
 }
 
+uint32_t littleEndianAt(const std::vector<unsigned char>& bytes, size_t at) {
+    uint32_t value = 0;
+    for (int i = 3; i >= 0; --i) value = value << 8 | bytes[at + static_cast<size_t>(i)];
+    return value;
+}
+
+bool chunkIs(const std::vector<unsigned char>& bytes, size_t at, const char* id) {
+    return at + 8 <= bytes.size() && std::memcmp(&bytes[at], id, 4) == 0;
+}
+
+constexpr size_t kFormatChunk = 12;
+constexpr size_t kFormatBody = kFormatChunk + 8;
+constexpr uint32_t kFloatTag = 3;
+
+// Where the PEAK chunk starts, if it comes before the audio; 0 otherwise.
+size_t peakChunkAt(const std::vector<unsigned char>& header) {
+    for (size_t at = kFormatChunk; chunkIs(header, at, "fmt ") || at > kFormatChunk;) {
+        if (at + 8 > header.size() || chunkIs(header, at, "data")) return 0;
+        if (chunkIs(header, at, "PEAK")) return at;
+        const uint32_t size = littleEndianAt(header, at + 4);
+        at += 8 + size + (size & 1);
+    }
+    return 0;
+}
+
 }  // namespace
+
+bool extendFloatFormatChunk(std::vector<unsigned char>& header) {
+    if (header.size() < 44 || std::memcmp(header.data(), "RIFF", 4) != 0 ||
+        std::memcmp(&header[8], "WAVE", 4) != 0 || !chunkIs(header, kFormatChunk, "fmt ") ||
+        littleEndianAt(header, kFormatChunk + 4) != 16 ||
+        (littleEndianAt(header, kFormatBody) & 0xFFFF) != kFloatTag)
+        return false;
+    const size_t peak = peakChunkAt(header);
+    if (peak == 0) return false;
+    const uint32_t peakSize = littleEndianAt(header, peak + 4);
+    const size_t peakEnd = peak + 8 + peakSize;
+    if (peakSize < 2 || peakEnd > header.size()) return false;
+
+    std::vector<unsigned char> wider(header.begin(), header.begin() + kFormatBody + 16);
+    putLittleEndian(&wider[kFormatChunk + 4], 18);
+    wider.insert(wider.end(), 2, 0);  // the extension's size: none
+    wider.insert(wider.end(), header.begin() + kFormatBody + 16, header.begin() + peak);
+    const unsigned char junk[8] = {'J', 'U', 'N', 'K', 0, 0, 0, 0};
+    wider.insert(wider.end(), junk, junk + 8);
+    putLittleEndian(&wider[wider.size() - 4], peakSize - 2);
+    wider.insert(wider.end(), peakSize - 2, 0);
+    wider.insert(wider.end(), header.begin() + peakEnd, header.end());
+    header.swap(wider);
+    return true;
+}
 
 int spool(int from, const std::string& path) {
     std::string name = temporaryDirectory() + "/quorvex-stdin-XXXXXX";
@@ -67,6 +117,7 @@ SF_VIRTUAL_IO* StreamSink::io() {
 }
 
 void StreamSink::release() {
+    extendFloatFormatChunk(held);
     const bool wav = held.size() >= 12 && std::memcmp(held.data(), "RIFF", 4) == 0;
     for (size_t at = 12; wav && at + 8 <= held.size(); at++)
         if (std::memcmp(&held[at], "data", 4) == 0) {
@@ -79,6 +130,7 @@ void StreamSink::release() {
 
 void StreamSink::flush() {
     if (!holding) return;
+    extendFloatFormatChunk(held);
     holding = false;
     if (!writeAll(fd, held.data(), held.size()))
         throw CliError("cannot write to standard output: " + std::string(std::strerror(errno)));

@@ -14,6 +14,15 @@
 // length is known, so a cut stream shows as truncated like a cut file.
 int spool(int from, const std::string& path);
 
+// libsndfile gives a float WAV a 16-byte format chunk; readers expect the
+// 18 bytes of every format but integer PCM, ending in an empty extension.
+// Rewrites a header that holds the PEAK chunk libsndfile adds to float files
+// so: the format chunk grows by its two extension bytes and the PEAK chunk,
+// which readers may do without, becomes a JUNK chunk two bytes shorter, so
+// the audio stays where it was. False, and `header` as it was, for any other
+// header.
+bool extendFloatFormatChunk(std::vector<unsigned char>& header);
+
 // Standard output as a file that only ever grows. Bytes written at open are
 // held back until release(), which first gives the sizes in a WAV header the
 // values that mean "until the end of the stream"; later writes behind the

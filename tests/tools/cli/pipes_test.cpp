@@ -118,3 +118,33 @@ TEST(CliPipes, StreamsThatCannotWorkAreRefusedWithTheFix) {
 }
 
 }  // namespace
+
+// Float WAV carries the 18-byte format chunk readers expect of every format
+// but integer PCM, whether written to a file, a pipe or a redirected standard
+// output, and the audio is unchanged by it.
+TEST(CliPipes, FloatWavHasTheFormatChunkReadersExpect) {
+    ScratchDir dir;
+    writeAudio(dir.file("in.wav"), kWav16, 2, musicLike(kRate / 10, 2));
+    const char* const scripts[] = {
+        "$Q process in.wav out.wav -c eq:1k=+3 --bits float",
+        "$Q process in.wav -t wav - -c eq:1k=+3 --bits float | cat > out.wav",
+        "$Q process in.wav -t wav - -c eq:1k=+3 --bits float > out.wav",
+    };
+    std::vector<double> first;
+    for (const char* script : scripts) {
+        const RunResult run = runShell(dir, script);
+        ASSERT_EQ(run.status, 0) << script << ": " << run.err;
+        const std::string bytes = fileBytes(dir.file("out.wav"));
+        ASSERT_GT(bytes.size(), 40u);
+        EXPECT_EQ(bytes.substr(12, 8), std::string("fmt \x12\0\0\0", 8)) << script;
+        EXPECT_EQ(bytes.substr(20, 2), std::string("\x03\0", 2)) << script;  // float
+        EXPECT_EQ(bytes.substr(36, 2), std::string("\0\0", 2)) << script;    // no extension
+        const std::vector<double> samples = readToEnd(dir.file("out.wav"));
+        if (first.empty()) first = samples;
+        EXPECT_EQ(samples, first) << script;
+        if (haveSox()) {
+            const RunResult sox = runShell(dir, "sox out.wav -n stat");
+            EXPECT_EQ(sox.err.find("WARN"), std::string::npos) << script << ": " << sox.err;
+        }
+    }
+}
