@@ -48,6 +48,10 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+// The highest input rate a chain accepts: the filters that double the rate
+// must still hold the result in an int.
+constexpr int kHighestRate = 1073741823;
+
 // What flows between two filters: the rate of the samples and the integer
 // depth they came from or are to become.
 struct StreamFormat {
@@ -128,8 +132,8 @@ QUORVEX_API std::vector<Step> parse(const std::string& text);
 // joined into one composition when there is more than one.
 class QUORVEX_API Chain {
 public:
-    // Throws StreamError when a filter cannot work on the stream as it
-    // arrives at that filter.
+    // Throws StreamError for an input rate outside 1 to kHighestRate, and
+    // when a filter cannot work on the stream as it arrives at that filter.
     Chain(const std::vector<Step>& steps, StreamFormat input);
     // parse(text), then as above.
     Chain(const std::string& text, StreamFormat input);

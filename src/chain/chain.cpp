@@ -38,6 +38,9 @@ Chain::Chain(const std::vector<Step>& steps, StreamFormat input) : streamFormats
     if (steps.empty() || steps.size() > kMaxChainLength)
         throw std::logic_error("a chain holds 1 to " + std::to_string(kMaxChainLength) +
                                " filters");
+    if (input.rate < 1 || input.rate > kHighestRate)
+        throw StreamError("a chain takes rates from 1 to " + std::to_string(kHighestRate) +
+                          " Hz, not " + std::to_string(input.rate) + " Hz");
     const FilterEntry& first = entryFor(*steps.front().filter);
     if (first.buildInteger) {
         BuiltIntegerFilter built = first.buildInteger(steps.front().settings, input);

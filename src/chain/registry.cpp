@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <stdexcept>
 
 namespace quorvex::chain {
@@ -150,11 +151,11 @@ namespace {
 
 // A converter between rates in a whole ratio (88200 to 44100) keeps the
 // timing simplest and is what a user would pick.
-bool inWholeRatio(int a, int b) { return std::max(a, b) % std::min(a, b) == 0; }
+bool inWholeRatio(long long a, long long b) { return std::max(a, b) % std::min(a, b) == 0; }
 
 // The rate of `rates` resample reaches cleanly from `from`, preferring one in
 // a whole ratio, then the nearest; 0 when none is in reach.
-int resampleTarget(int from, const std::vector<int>& rates) {
+int resampleTarget(long long from, const std::vector<int>& rates) {
     int best = 0;
     for (int rate : rates) {
         if (rate > highestCleanRate(from)) continue;
@@ -168,12 +169,20 @@ int resampleTarget(int from, const std::vector<int>& rates) {
 
 }  // namespace
 
+int doubledRate(const std::string& filter, int rate) {
+    const long long doubled = 2LL * rate;
+    if (doubled > std::numeric_limits<int>::max())
+        throw StreamError(filter + " would double " + std::to_string(rate) +
+                          " Hz beyond the highest rate a stream can carry");
+    return static_cast<int>(doubled);
+}
+
 std::string stepsToReach(int rate, const std::vector<int>& rates, bool mayDouble) {
     const std::string doubling = "velmo:enhance=off";
-    if (mayDouble && std::find(rates.begin(), rates.end(), 2 * rate) != rates.end())
+    if (mayDouble && std::find(rates.begin(), rates.end(), 2LL * rate) != rates.end())
         return doubling;
     if (const int target = resampleTarget(rate, rates)) return "resample:" + std::to_string(target);
-    if (const int target = mayDouble ? resampleTarget(2 * rate, rates) : 0)
+    if (const int target = mayDouble ? resampleTarget(2LL * rate, rates) : 0)
         return doubling + " resample:" + std::to_string(target);
     return "";
 }

@@ -65,6 +65,10 @@ int chosenDepth(const Settings& settings, const StreamFormat& input);
 // The highest rate resample raises `input` to without leaving its images.
 long long highestCleanRate(long long input);
 
+// Twice `rate`, formed in 64 bits; a StreamError naming `filter` when no
+// stream can carry the result.
+int doubledRate(const std::string& filter, int rate);
+
 // What to put in front of a filter to bring a stream at `rate` to one of
 // `rates`: "resample:48000", "velmo:enhance=off" (doubling, unless
 // `mayDouble` is false), both, or "" when neither reaches one.

@@ -42,6 +42,9 @@ RealAudioBuffer::~RealAudioBuffer() {
 }
 
 RealAudioBuffer* RealAudioBuffer::copyBuffer() const {
+    // A length beyond the array is a caller's error; copying it would read
+    // past the source and write past the copy.
+    if (length > capacity) return nullptr;
     auto* copy = new (std::nothrow) RealAudioBuffer(capacity, sampleRate, bitsPerSample);
     if (copy == nullptr) return nullptr;
     if (copy->capacity != capacity) {

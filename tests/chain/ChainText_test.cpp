@@ -146,6 +146,28 @@ TEST(ChainText, BuiltChainsRefuseStreamsTheyCannotWorkOn) {
     EXPECT_NO_THROW(qc::Chain("hpeq:enabled=off eq:enabled=off surround:enabled=off", {32000, 16}));
 }
 
+// Rates are doubled in 64 bits: the highest input rate still doubles, and a
+// doubling beyond what an int holds is refused instead of wrapping around.
+TEST(ChainText, RatesThatCannotBeDoubledAreRefused) {
+    const int highest = qc::kHighestRate;
+    EXPECT_EQ(qc::Chain("velmo:enhance=off", {highest, 16}).output().rate, 2 * highest);
+    EXPECT_EQ(qc::Chain("hold", {highest, 16}).output().rate, 2 * highest);
+    // Text allows one velmo; steps put together by hand may double twice.
+    std::vector<qc::Step> twice = qc::parse("velmo:enhance=off");
+    twice.push_back(twice.front());
+    EXPECT_EQ(messageOf<qc::StreamError>([&] {
+                  qc::Chain(twice, {highest, 16});
+              }),
+              "velmo would double 2147483646 Hz beyond the highest rate a stream can carry");
+    for (const int rate : {0, -44100, highest + 1, 2000000000})
+        EXPECT_EQ(
+            messageOf<qc::StreamError>([&] {
+                qc::Chain("hold", {rate, 16});
+            }),
+            "a chain takes rates from 1 to 1073741823 Hz, not " + std::to_string(rate) + " Hz")
+            << rate;
+}
+
 // A rate refusal names what to put first, and that chain builds: resample
 // where it reaches a rate the filter takes cleanly (a whole ratio first, then
 // the nearest), velmo:enhance=off where doubling does or must come first.

@@ -76,6 +76,28 @@ TEST(CompositionFilter, FailureStopsTheChainAndTheLastNonzeroAnswerWins) {
     EXPECT_EQ(a.resetCalls + b.resetCalls + c.resetCalls, 3);
 }
 
+// A host buffer claiming more valid doubles than it holds is refused before
+// anything is copied: no copy, and a composition that would grow its scratch
+// buffers from such an output runs no member and leaves the output as it was.
+TEST(CompositionFilter, OutputLongerThanItsCapacityIsRefusedUntouched) {
+    double host[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+    RealAudioBuffer overlong(host, 4, 6, 44100, 16);
+    EXPECT_EQ(overlong.copyBuffer(), nullptr);
+
+    ProbeFilter a, b;
+    CompositionFilter cf(&a, &b);
+    std::vector<double> x = {0.5, -0.5};
+    RealAudioBuffer in(x.data(), 2, 2, 44100, 16);
+    EXPECT_EQ(cf.process(&in, &overlong), -1);
+    EXPECT_EQ(a.processCalls + b.processCalls, 0);
+    EXPECT_EQ(overlong.length, 6);
+    EXPECT_EQ(std::vector<double>(host, host + 8), (std::vector<double>{1, 2, 3, 4, 5, 6, 7, 8}));
+    EXPECT_EQ(Probe::scratchA(cf)->capacity, 1);
+
+    RealAudioBuffer exact(host, 6, 6, 44100, 16);
+    EXPECT_EQ(cf.process(&in, &exact), 0);
+}
+
 // Names join in argument order and nest; the working text is cut at 4078
 // before the prefix goes on, so the closing bracket goes first.
 TEST(CompositionFilterName, JoinsInOrderAndIsCutAt4078) {

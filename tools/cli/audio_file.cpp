@@ -3,6 +3,8 @@
 #include "error.h"
 #include "stream_io.h"
 
+#include <quorvex/chain.h>
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -41,19 +43,25 @@ bool isPlaceholderSize(unsigned long long size) {
 
 // libsndfile opens a WAV or AIFF file whose audio chunk is cut short and
 // notes it in its log, on the chunk's line ("data : 352800 (should be
-// 176400)"; AIFF chunks are indented); a file that ends early is an error
-// here, not audio.
+// 176400)"; AIFF chunks are indented). A file that ends inside the chunk's
+// own header shows a short read just before a chunk line of size 0. A file
+// that ends early is an error here, not audio.
 bool logShowsShortAudioChunk(SNDFILE* file) {
     char log[8192] = {0};
     sf_command(file, SFC_GET_LOG_INFO, log, sizeof log);
     std::istringstream lines(log);
     std::string line;
+    bool afterShortRead = false;
     while (std::getline(lines, line)) {
         const size_t start = line.find_first_not_of(' ');
         if (start == std::string::npos) continue;
         const std::string chunk = line.substr(start, 6);
-        if ((chunk == "data :" || chunk == "SSND :") && line.find("should be") != std::string::npos)
-            return !isPlaceholderSize(std::strtoull(line.c_str() + start + 6, nullptr, 10));
+        if (chunk == "data :" || chunk == "SSND :") {
+            if (afterShortRead) return true;
+            if (line.find("should be") != std::string::npos)
+                return !isPlaceholderSize(std::strtoull(line.c_str() + start + 6, nullptr, 10));
+        }
+        afterShortRead = line.find("short count") != std::string::npos;
     }
     return false;
 }
@@ -168,6 +176,7 @@ InputFile::InputFile(const std::string& path, const FileFormat& format, Truncate
         throw CliError(path + " is not a " + format.type + " file (it holds " +
                        describeContainer() + ")");
     }
+    requireRepresentableRate();
     if (logShowsShortAudioChunk(file)) {
         cutShort = true;
         if (truncation == TruncatedInput::Salvage) return;
@@ -177,6 +186,16 @@ InputFile::InputFile(const std::string& path, const FileFormat& format, Truncate
 }
 
 InputFile::~InputFile() { sf_close(file); }
+
+// A header may claim any 32-bit rate; the filters work with twice the rate in
+// an int, so a higher claim is refused here rather than overflowing later.
+void InputFile::requireRepresentableRate() {
+    if (sfInfo.samplerate >= 1 && sfInfo.samplerate <= quorvex::chain::kHighestRate) return;
+    sf_close(file);
+    throw CliError(filePath + " claims a rate of " + std::to_string(sfInfo.samplerate) +
+                   " Hz; quorvex reads rates from 1 to " +
+                   std::to_string(quorvex::chain::kHighestRate) + " Hz");
+}
 
 int InputFile::integerBits() const {
     switch (sfInfo.format & SF_FORMAT_SUBMASK) {

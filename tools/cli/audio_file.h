@@ -67,6 +67,7 @@ public:
     void rewind();
 
 private:
+    void requireRepresentableRate();
     sf_count_t counted(sf_count_t frames);
 
     std::string filePath;

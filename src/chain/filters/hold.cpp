@@ -7,9 +7,9 @@ namespace quorvex::chain {
 namespace {
 
 BuiltIntegerFilter build(const Settings& settings, const StreamFormat& input) {
-    const StreamFormat output{
-        settings.given("rate") ? static_cast<int>(settings.number("rate")) : 2 * input.rate,
-        chosenDepth(settings, input)};
+    const StreamFormat output{settings.given("rate") ? static_cast<int>(settings.number("rate"))
+                                                     : doubledRate("hold", input.rate),
+                              chosenDepth(settings, input)};
     const bool copies = output.rate == input.rate && output.bits == input.bits;
     if (!copies && (input.bits == 32 || output.bits == 32))
         throw StreamError(

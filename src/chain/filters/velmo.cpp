@@ -30,7 +30,8 @@ BuiltFilter build(const Settings& settings, const StreamFormat& input) {
     block.apply("velmo");
     velmo->setUseUpSampler32(settings.isOn("hb33"));
     const double delay = settings.isOn("enhance") ? kEnhancerDelay : kInterpolatorDelay;
-    return {std::move(velmo), StreamFormat{2 * input.rate, velmo_block::kOutputBits},
+    return {std::move(velmo),
+            StreamFormat{doubledRate("velmo", input.rate), velmo_block::kOutputBits},
             delay / (2.0 * input.rate)};
 }
 
