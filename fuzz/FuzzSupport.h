@@ -8,6 +8,7 @@
 
 #include <fuzzer/FuzzedDataProvider.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -25,12 +26,13 @@ inline void require(bool condition, const char* what) {
 // Mostly ordinary audio, with the values that break arithmetic mixed in.
 inline double sample(FuzzedDataProvider& bytes) {
     switch (bytes.ConsumeIntegralInRange<int>(0, 7)) {
-    case 0: return std::numeric_limits<double>::quiet_NaN();
-    case 1: return bytes.ConsumeBool() ? std::numeric_limits<double>::infinity()
+        case 0: return std::numeric_limits<double>::quiet_NaN();
+        case 1:
+            return bytes.ConsumeBool() ? std::numeric_limits<double>::infinity()
                                        : -std::numeric_limits<double>::infinity();
-    case 2: return bytes.ConsumeFloatingPoint<double>();
-    case 3: return std::numeric_limits<double>::denorm_min();
-    default: return bytes.ConsumeFloatingPointInRange<double>(-1.5, 1.5);
+        case 2: return bytes.ConsumeFloatingPoint<double>();
+        case 3: return std::numeric_limits<double>::denorm_min();
+        default: return bytes.ConsumeFloatingPointInRange<double>(-1.5, 1.5);
     }
 }
 
@@ -60,14 +62,15 @@ struct InputBlock {
     }
 };
 
-// An output buffer of a given capacity followed by guard doubles; before a
+// An output buffer of a given capacity followed by guard doubles, with a
+// valid length no greater than its capacity as a host would pass; before a
 // call its whole area and header are recorded, so a refusal can be checked
 // to leave everything as it was.
 class GuardedOutput {
 public:
     explicit GuardedOutput(int capacity)
         : area(static_cast<size_t>(capacity) + kGuard),
-          buffer(nullptr, capacity, kUnsetLength, kUnsetRate, kUnsetBits) {
+          buffer(nullptr, capacity, std::min(capacity, kUnsetLength), kUnsetRate, kUnsetBits) {
         for (size_t i = 0; i < area.size(); ++i) area[i] = kPattern + static_cast<double>(i);
         buffer.data = area.data();
         before = area;
@@ -82,8 +85,13 @@ public:
         bits = buffer.bitsPerSample;
     }
 
-    bool untouched() const {
-        return sameBits(0, area.size()) && buffer.length == length && buffer.sampleRate == rate &&
+    // A composition clears the length of its output before its last member
+    // runs, so a refusal by that member leaves the length at 0; every other
+    // refusal leaves it as it was.
+    bool untouched(bool lengthMayBeCleared = false) const {
+        const bool lengthKept =
+            buffer.length == length || (lengthMayBeCleared && buffer.length == 0);
+        return sameBits(0, area.size()) && lengthKept && buffer.sampleRate == rate &&
                buffer.bitsPerSample == bits && header();
     }
 
@@ -101,8 +109,8 @@ private:
     static constexpr int kUnsetBits = 13;
 
     bool sameBits(size_t from, size_t to) const {
-        return std::memcmp(area.data() + from, before.data() + from, (to - from) * sizeof(double)) ==
-               0;
+        return std::memcmp(area.data() + from, before.data() + from,
+                           (to - from) * sizeof(double)) == 0;
     }
     bool header() const {
         return buffer.data == area.data() && !buffer.ownsData &&
@@ -112,7 +120,7 @@ private:
     std::vector<double> area;
     std::vector<double> before;
     RealAudioBuffer buffer;
-    int length = kUnsetLength;
+    int length = 0;
     int rate = kUnsetRate;
     int bits = kUnsetBits;
 };
