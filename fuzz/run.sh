@@ -15,10 +15,12 @@ for target in build-fuzz/fuzz/*_fuzzer; do
     mkdir -p "$work" "build-fuzz/findings"
     seeds=""
     [ -d "fuzz/corpus/$name" ] && seeds="fuzz/corpus/$name"
+    dict=""
+    [ -f "fuzz/$name.dict" ] && dict="-dict=fuzz/$name.dict"
     echo "fuzz: $name for ${seconds}s"
     # New inputs go to the scratch corpus; the checked-in seeds stay as they are.
     log="build-fuzz/findings/$name.log"
-    if ! "$target" -max_total_time="$seconds" -print_final_stats=1 \
+    if ! "$target" -max_total_time="$seconds" -print_final_stats=1 $dict \
         -artifact_prefix="build-fuzz/findings/$name-" "$work" $seeds >"$log" 2>&1; then
         tail -n 40 "$log" >&2
         echo "fuzz: $name found a fault, see build-fuzz/findings/" >&2
