@@ -4,6 +4,9 @@
 set -eu
 cd "$(dirname "$0")/.."
 seconds="${1:-20}"
+# A fixed seed makes a run repeatable, so CI fails or passes the same way
+# twice; FUZZ_SEED=0 lets libFuzzer pick one.
+seed="${FUZZ_SEED:-1}"
 
 CC=clang CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DQUORVEX_FUZZ=ON -DQUORVEX_BUILD_TESTS=OFF -DQUORVEX_BUILD_TOOLS=OFF >/dev/null
@@ -20,7 +23,7 @@ for target in build-fuzz/fuzz/*_fuzzer; do
     echo "fuzz: $name for ${seconds}s"
     # New inputs go to the scratch corpus; the checked-in seeds stay as they are.
     log="build-fuzz/findings/$name.log"
-    if ! "$target" -max_total_time="$seconds" -print_final_stats=1 $dict \
+    if ! "$target" -max_total_time="$seconds" -print_final_stats=1 -seed="$seed" $dict \
         -artifact_prefix="build-fuzz/findings/$name-" "$work" $seeds >"$log" 2>&1; then
         tail -n 40 "$log" >&2
         echo "fuzz: $name found a fault, see build-fuzz/findings/" >&2
