@@ -29,6 +29,7 @@
 #include <quorvex/AudioFilter.h>
 #include <quorvex/export.h>
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <memory>
@@ -51,6 +52,9 @@ public:
 // The highest input rate a chain accepts: the filters that double the rate
 // must still hold the result in an int.
 constexpr int kHighestRate = 1073741823;
+
+// The most filters one chain holds.
+inline constexpr size_t kMaxChainLength = 10;
 
 // What flows between two filters: the rate of the samples and the integer
 // depth they came from or are to become.

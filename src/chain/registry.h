@@ -17,9 +17,6 @@
 
 namespace quorvex::chain {
 
-// The most filters one composition holds.
-inline constexpr size_t kMaxChainLength = 10;
-
 Parameter numberParam(std::string key, double min, double max, std::string unit,
                       std::string defaultValue, std::string help);
 // A number without fraction: a rate, a length in samples.

@@ -81,9 +81,6 @@ SampleEncoding outputEncoding(const ProcessRequest& request, const InputFile& in
                                                                   : SampleEncoding::Pcm24;
 }
 
-// The most filters a chain runs.
-constexpr size_t kMostFilters = 10;
-
 // The peak of the chain's output over the whole input, before any clipping.
 double peakOf(const std::vector<qc::Step>& steps, qc::StreamFormat format, InputFile& in) {
     qc::Chain chain(steps, format);
@@ -130,7 +127,7 @@ std::vector<qc::Step> normalized(std::vector<qc::Step> steps, qc::StreamFormat f
                                  InputFile& in, double level) {
     if (steps.front().filter->integerOnly)
         throw CliError("--norm: " + steps.front().filter->name + " runs alone in its chain");
-    if (steps.size() >= kMostFilters)
+    if (steps.size() >= qc::kMaxChainLength)
         throw CliError("--norm adds a gain step, and the chain already holds the most filters");
     const double peak = measurePeak(steps, format, in);
     if (peak <= 0.0) return steps;
