@@ -3,12 +3,6 @@
 // stereo run's left channel; --stereo keeps both.
 #include "cli_harness.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <string>
-#include <vector>
-
 namespace {
 
 Audio runMono(const ScratchDir& dir, const std::string& in, const char* chain,
@@ -59,16 +53,6 @@ TEST(CliChannels, MonoComesOutMonoFoldedFromTheStereoRun) {
         }
         EXPECT_EQ(differ, !c.channelsEqual) << c.chain;
     }
-}
-
-TEST(CliChannels, MoreThanTwoChannelsAreRefusedWithTheWayOn) {
-    ScratchDir dir;
-    writeAudio(dir.file("in.wav"), kWav16, 4, musicLike(kRate / 10, 4));
-    const RunResult run =
-        runQuorvex({"process", dir.file("in.wav"), dir.file("out.wav"), "--chain", "eq:1k=+3"});
-    EXPECT_NE(run.status, 0);
-    EXPECT_NE(run.err.find("has 4 channels"), std::string::npos) << run.err;
-    EXPECT_NE(run.err.find("-c 2"), std::string::npos) << run.err;
 }
 
 }  // namespace

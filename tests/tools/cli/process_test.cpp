@@ -93,7 +93,7 @@ TEST(CliProcess, DisabledChainHandsTheSamplesBack) {
 TEST(CliProcess, EnhancerDoublesTheRateAndWrites24Bits) {
     ScratchDir dir;
     writeAudio(dir.file("in.flac"), kFlac16, 2, musicLike(kRate, 2));
-    for (const std::string settings : {"", ":source=mp3,mode=fine", ":enhance=off"}) {
+    for (const std::string settings : {"", ":enhance=off"}) {
         const RunResult run =
             runQuorvex(process(dir, "in.flac", "out.flac", "eq:1k=+2 velmo" + settings));
         ASSERT_EQ(run.status, 0) << settings << ": " << run.err;
@@ -112,7 +112,7 @@ TEST(CliProcess, EnhancerDoublesTheRateAndWrites24Bits) {
 TEST(CliProcess, IntegerSourcesOfAnyLengthRunThroughRisingChains) {
     ScratchDir dir;
     for (const int rate : {44100, 48000})
-        for (const int frames : {1, 3000, 4095, rate})
+        for (const int frames : {1, 4095, rate})
             for (const char* chain : {"velmo decimate", "velmo resample:44100"}) {
                 SCOPED_TRACE(std::to_string(frames) + " frames at " + std::to_string(rate) +
                              " Hz, " + chain);
@@ -214,12 +214,10 @@ TEST(CliProcess, EveryListedFilterRunsWithItsDefaults) {
     EXPECT_GE(listed, 2);
 }
 
-}  // namespace
-
 // A depth asked for with --bits carries the chain's result at that depth:
 // float output at full scale 1.0 (not the integers' scale), and more bits
 // than the source holds the chain's precision instead of the source's steps
-// padded with zeros.
+// padded with zeros. The output's missing directories are made.
 TEST(CliProcess, BitsOptionKeepsScaleAndPrecision) {
     ScratchDir dir;
     struct Case {
@@ -227,15 +225,16 @@ TEST(CliProcess, BitsOptionKeepsScaleAndPrecision) {
         const char* bits;
         int sourceBits;
     };
-    for (const Case c : {Case{kWav16, "float", 16}, Case{kFlac24, "float", 24},
-                         Case{kWav16, "24", 16}, Case{kWav16, "32", 16}, Case{kFlac24, "32", 24}}) {
+    for (const Case c :
+         {Case{kWav16, "float", 16}, Case{kWav16, "24", 16}, Case{kFlac24, "32", 24}}) {
         const std::string in = named("in", c.format);
         writeAudio(dir.file(in), c.format, 2, musicLike(kRate / 4, 2));
-        std::vector<std::string> args = process(dir, in, "out.wav", "eq:1k=-6");
+        std::vector<std::string> args = process(dir, in, "new/deeper/out.wav", "eq:1k=-6");
         args.insert(args.end(), {"--bits", c.bits});
         const RunResult run = runQuorvex(args);
         ASSERT_EQ(run.status, 0) << c.bits << ": " << run.err;
-        const Audio out = readAudio(dir.file("out.wav"));
+        const Audio out = readAudio(dir.file("new/deeper/out.wav"));
+        EXPECT_EQ(out.info.frames, kRate / 4);
         double peak = 0.0;
         bool finerThanSource = false;
         for (double v : out.values) {
@@ -243,21 +242,11 @@ TEST(CliProcess, BitsOptionKeepsScaleAndPrecision) {
             const double steps = std::ldexp(v, c.sourceBits - 1);
             finerThanSource = finerThanSource || steps != std::round(steps);
         }
-        EXPECT_GT(peak, 0.1) << named("in", c.format) << " --bits " << c.bits;
-        EXPECT_LT(peak, 1.0) << named("in", c.format) << " --bits " << c.bits;
-        EXPECT_TRUE(finerThanSource) << named("in", c.format) << " --bits " << c.bits;
+        SCOPED_TRACE(in + " --bits " + c.bits);
+        EXPECT_GT(peak, 0.1);
+        EXPECT_LT(peak, 1.0);
+        EXPECT_TRUE(finerThanSource);
     }
 }
 
-// The output's missing directories are made, as demo makes its own.
-TEST(CliProcess, MissingOutputDirectoriesAreMade) {
-    ScratchDir dir;
-    writeAudio(dir.file("in.wav"), kWav16, 2, musicLike(kRate / 10, 2));
-    std::vector<std::string> args = process(dir, "in.wav", "new/deeper/out.wav", "alc");
-    args.insert(args.end(), {"--bits", "float"});
-    const RunResult run = runQuorvex(args);
-    ASSERT_EQ(run.status, 0) << run.err;
-    const Audio out = readAudio(dir.file("new/deeper/out.wav"));
-    EXPECT_EQ(out.info.format, kWavFloat);
-    EXPECT_EQ(out.info.frames, kRate / 10);
-}
+}  // namespace
