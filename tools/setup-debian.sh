@@ -4,7 +4,9 @@
 set -eu
 
 packages="g++ clang cmake ninja-build pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
-libsndfile1-dev sox libsoxr-dev libsamplerate0-dev clang-format"
+libsndfile1-dev sox libsoxr-dev libsamplerate0-dev clang-format \
+lv2-dev lilv-utils python3-dev python3-pybind11 python3-numpy python3-pytest \
+python3-soundfile python3-matplotlib"
 
 missing=""
 for p in $packages; do
