@@ -13,4 +13,17 @@ bool wideKernelsAllowed() {
     return allowed;
 }
 
+bool wideKernelsRun() {
+#ifdef QUORVEX_WIDE_KERNELS
+    static const bool run = [] {
+        if (!wideKernelsAllowed()) return false;
+        __builtin_cpu_init();
+        return __builtin_cpu_supports("avx") != 0;
+    }();
+    return run;
+#else
+    return false;
+#endif
+}
+
 }  // namespace framework

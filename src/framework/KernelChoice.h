@@ -5,12 +5,28 @@
 // processor has them. Setting QUORVEX_KERNELS=plain in the environment keeps
 // every kernel on its plain build, so that build can be tested on any machine.
 // Both builds give the same bits; only the speed differs.
+//
+// A kernel gets its wide build by being written once as a forced-inline loop
+// (QUORVEX_KERNEL_INLINE) and wrapped twice: plainly, and in a function marked
+// QUORVEX_WIDE_TARGET, chosen at run time by wideKernelsRun(). Vectorising
+// only across independent lanes keeps every value's arithmetic unchanged.
+
+#if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
+#define QUORVEX_WIDE_KERNELS 1
+#define QUORVEX_WIDE_TARGET __attribute__((target("avx")))
+#define QUORVEX_KERNEL_INLINE inline __attribute__((always_inline))
+#else
+#define QUORVEX_KERNEL_INLINE inline
+#endif
 
 namespace framework {
 
 // Read from the environment on the first call, which kernels make while the
 // library loads; the answer never changes afterwards.
 bool wideKernelsAllowed();
+
+// Allowed, and the processor has 256-bit vectors of doubles.
+bool wideKernelsRun();
 
 }  // namespace framework
 

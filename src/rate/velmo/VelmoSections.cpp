@@ -9,15 +9,8 @@
 #include "framework/KernelChoice.h"
 #include "rate/velmo/VelmoTables.h"
 
-// On x86-64 the passes over the delay lines are built a second time for
-// 256-bit vectors (runTwoSteps, runHeldSteps); their loops are forced inline
-// so that each build gets its own copy.
-#if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
-#define VELMO_WIDE_LINES
-#define VELMO_LOOP_INLINE inline __attribute__((always_inline))
-#else
-#define VELMO_LOOP_INLINE inline
-#endif
+// The passes over the delay lines are built a second time for 256-bit
+// vectors where the compiler can (runTwoSteps, runHeldSteps).
 
 namespace {
 
@@ -70,8 +63,8 @@ inline void biquadStep(const VelmoBiquadCoeffs& c, BiquadState& s, double inL, d
 // formed by the same products and sums, in the same order, as with two single
 // steps. The current input is included: there is no extra frame of delay.
 template <std::size_t N>
-VELMO_LOOP_INLINE void firTwoStepsChannel(const std::array<double, N>& h, double* line, double x0,
-                                          double x1, double& y0, double& y1) {
+QUORVEX_KERNEL_INLINE void firTwoStepsChannel(const std::array<double, N>& h, double* line,
+                                              double x0, double x1, double& y0, double& y1) {
     y0 = x0 * h[0] + line[1];
     for (std::size_t k = 0; k + 2 < N; ++k) line[k] = x1 * h[k] + (x0 * h[k + 1] + line[k + 2]);
     line[N - 2] = x1 * h[N - 2] + x0 * h[N - 1];
@@ -82,8 +75,8 @@ VELMO_LOOP_INLINE void firTwoStepsChannel(const std::array<double, N>& h, double
 // The left channel's line is 0 .. N-1, the right's N .. 2N-1; they are
 // independent lanes.
 template <std::size_t N>
-VELMO_LOOP_INLINE VelmoInstants firTwoSteps(const std::array<double, N>& h, double (&line)[2 * N],
-                                            const VelmoInstants& x) {
+QUORVEX_KERNEL_INLINE VelmoInstants firTwoSteps(const std::array<double, N>& h,
+                                                double (&line)[2 * N], const VelmoInstants& x) {
     VelmoInstants y;
     firTwoStepsChannel(h, line, x[0].l, x[1].l, y[0].l, y[1].l);
     firTwoStepsChannel(h, line + N, x[0].r, x[1].r, y[0].r, y[1].r);
@@ -94,8 +87,8 @@ VELMO_LOOP_INLINE VelmoInstants firTwoSteps(const std::array<double, N>& h, doub
 // low-passes: firTwoStepsChannel with x0 = x1, kept apart so that the compiler
 // sees that one element's product for tap k + 1 is the next one's for tap k.
 template <std::size_t N>
-VELMO_LOOP_INLINE void firHeldStepsChannel(const std::array<double, N>& h, double* line, double x,
-                                           double* out0, double* out1) {
+QUORVEX_KERNEL_INLINE void firHeldStepsChannel(const std::array<double, N>& h, double* line,
+                                               double x, double* out0, double* out1) {
     const double first = x * h[0] + line[1];
     for (std::size_t k = 0; k + 2 < N; ++k) line[k] = x * h[k] + (x * h[k + 1] + line[k + 2]);
     line[N - 2] = x * h[N - 2] + x * h[N - 1];
@@ -105,39 +98,31 @@ VELMO_LOOP_INLINE void firHeldStepsChannel(const std::array<double, N>& h, doubl
 }
 
 template <std::size_t N>
-VELMO_LOOP_INLINE void firHeldSteps(const std::array<double, N>& h, double (&line)[2 * N],
-                                    double xL, double xR, double* out0L, double* out0R,
-                                    double* out1L, double* out1R) {
+QUORVEX_KERNEL_INLINE void firHeldSteps(const std::array<double, N>& h, double (&line)[2 * N],
+                                        double xL, double xR, double* out0L, double* out0R,
+                                        double* out1L, double* out1R) {
     firHeldStepsChannel(h, line, xL, out0L, out1L);
     firHeldStepsChannel(h, line + N, xR, out0R, out1R);
 }
 
-#ifdef VELMO_WIDE_LINES
+#ifdef QUORVEX_WIDE_KERNELS
 // The same passes built for 256-bit vectors, taken where the processor has
 // them unless the plain kernels were asked for. The loops are vectorised only
 // across the taps of a transposed update, independent lanes that each do the
 // same multiplications and additions in the same order, so both builds give
 // the same bits.
-bool wideLinesAvailable() {
-    if (!framework::wideKernelsAllowed()) return false;
-    __builtin_cpu_init();
-    return __builtin_cpu_supports("avx");
-}
-
-const bool kWideLines = wideLinesAvailable();
+const bool kWideLines = framework::wideKernelsRun();
 
 template <std::size_t N>
-__attribute__((target("avx"))) VelmoInstants firTwoStepsWide(const std::array<double, N>& h,
-                                                             double (&line)[2 * N],
-                                                             const VelmoInstants& x) {
+QUORVEX_WIDE_TARGET VelmoInstants firTwoStepsWide(const std::array<double, N>& h,
+                                                  double (&line)[2 * N], const VelmoInstants& x) {
     return firTwoSteps(h, line, x);
 }
 
 template <std::size_t N>
-__attribute__((target("avx"))) void firHeldStepsWide(const std::array<double, N>& h,
-                                                     double (&line)[2 * N], double xL, double xR,
-                                                     double* out0L, double* out0R, double* out1L,
-                                                     double* out1R) {
+QUORVEX_WIDE_TARGET void firHeldStepsWide(const std::array<double, N>& h, double (&line)[2 * N],
+                                          double xL, double xR, double* out0L, double* out0R,
+                                          double* out1L, double* out1R) {
     firHeldSteps(h, line, xL, xR, out0L, out0R, out1L, out1R);
 }
 #endif
@@ -146,7 +131,7 @@ __attribute__((target("avx"))) void firHeldStepsWide(const std::array<double, N>
 template <std::size_t N>
 VelmoInstants runTwoSteps(const std::array<double, N>& h, double (&line)[2 * N],
                           const VelmoInstants& x) {
-#ifdef VELMO_WIDE_LINES
+#ifdef QUORVEX_WIDE_KERNELS
     if (kWideLines) return firTwoStepsWide(h, line, x);
 #endif
     return firTwoSteps(h, line, x);
@@ -155,7 +140,7 @@ VelmoInstants runTwoSteps(const std::array<double, N>& h, double (&line)[2 * N],
 template <std::size_t N>
 void runHeldSteps(const std::array<double, N>& h, double (&line)[2 * N], double xL, double xR,
                   double* out0L, double* out0R, double* out1L, double* out1R) {
-#ifdef VELMO_WIDE_LINES
+#ifdef QUORVEX_WIDE_KERNELS
     if (kWideLines) {
         firHeldStepsWide(h, line, xL, xR, out0L, out0R, out1L, out1R);
         return;
@@ -190,7 +175,7 @@ inline void envelopeTwoSteps(double (&u)[kDecAMTaps], double x0, double x1, doub
 }  // namespace
 
 bool VelmoWideLines() {
-#ifdef VELMO_WIDE_LINES
+#ifdef QUORVEX_WIDE_KERNELS
     return kWideLines;
 #else
     return false;

@@ -13,4 +13,5 @@ TEST(VelmoKernelChoice, FollowsTheEnvironment) {
     const bool plainAsked = choice != nullptr && std::string(choice) == "plain";
     EXPECT_EQ(framework::wideKernelsAllowed(), !plainAsked);
     EXPECT_FALSE(VelmoWideLines() && !framework::wideKernelsAllowed());
+    EXPECT_EQ(VelmoWideLines(), framework::wideKernelsRun());
 }
