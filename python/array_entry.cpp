@@ -28,8 +28,10 @@ std::string expectedShapes(bool channelsFirst) {
 }
 
 // Row after row with no gaps; the stride of an axis of length 1 is never
-// used, so it does not matter.
+// used, so it does not matter, nor any stride of an empty array.
 bool contiguous(const ArrayDescription& array) {
+    for (int axis = 0; axis < array.ndim; ++axis)
+        if (array.shape[axis] == 0) return true;
     long long expected = array.itemSize;
     for (int axis = array.ndim - 1; axis >= 0; --axis) {
         if (array.shape[axis] > 1 && array.strides[axis] != expected) return false;

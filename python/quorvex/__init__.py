@@ -34,6 +34,8 @@ that has run nothing before them.
 
 import numbers
 
+import numpy
+
 from ._quorvex import Stream as _Stream
 from ._quorvex import filters as _filters
 
@@ -93,6 +95,13 @@ def _chain_text(chain):
     raise TypeError(f"a chain is text or a list of steps, not {type(chain).__name__}")
 
 
+def _array(audio):
+    if not isinstance(audio, numpy.ndarray):
+        raise TypeError("audio must be a numpy array of float32 or float64 samples, "
+                        f"not {type(audio).__name__}")
+    return audio
+
+
 class Chain:
     """A chain of filters built for one input rate, run over numpy arrays.
 
@@ -122,7 +131,7 @@ class Chain:
 
     def __call__(self, audio, channels_first=False):
         """The whole of ``audio`` through the chain, as a stream of its own."""
-        return self._open().whole(audio, channels_first)
+        return self._open().whole(_array(audio), channels_first)
 
     def process(self, block, channels_first=False):
         """One block of a stream; returns the output that is ready (possibly none).
@@ -130,7 +139,7 @@ class Chain:
         Every block of a stream has the same dtype and channel count. After
         ``flush()`` the next block starts a new stream.
         """
-        return self._open().process(block, channels_first)
+        return self._open().process(_array(block), channels_first)
 
     def flush(self):
         """The rest of the stream's output; the stream ends."""
