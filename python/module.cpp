@@ -68,23 +68,11 @@ public:
     ArrayStream(const std::string& text, int rate) : stream(text, rate) {}
 
     py::array whole(const py::array& audio, bool channelsFirst) {
-        const ArrayLayout layout = remember(checked(audio, channelsFirst));
-        Output out;
-        {
-            py::gil_scoped_release unlocked;
-            stream.whole(audio.data(), layout, out);
-        }
-        return result(std::move(out));
+        return run(&Stream::whole, audio, channelsFirst);
     }
 
     py::array process(const py::array& audio, bool channelsFirst) {
-        const ArrayLayout layout = remember(checked(audio, channelsFirst));
-        Output out;
-        {
-            py::gil_scoped_release unlocked;
-            stream.write(audio.data(), layout, out);
-        }
-        return result(std::move(out));
+        return run(&Stream::write, audio, channelsFirst);
     }
 
     py::array flush() {
@@ -104,9 +92,18 @@ public:
     Stream stream;
 
 private:
-    ArrayLayout remember(const ArrayLayout& layout) {
-        last = layout;
-        return layout;
+    using Run = void (Stream::*)(const void*, const ArrayLayout&, Output&);
+
+    // The array is read with the interpreter unlocked; it stays alive, held
+    // by the caller's reference.
+    py::array run(Run step, const py::array& audio, bool channelsFirst) {
+        last = checked(audio, channelsFirst);
+        Output out;
+        {
+            py::gil_scoped_release unlocked;
+            (stream.*step)(audio.data(), last, out);
+        }
+        return result(std::move(out));
     }
 
     py::array result(Output&& out) {
