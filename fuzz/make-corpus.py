@@ -3,7 +3,8 @@
 import os
 import random
 
-SEEDS = {"effects_fuzzer": 6, "int_adapters_fuzzer": 5, "fft_fuzzer": 4, "rate_fuzzer": 5}
+SEEDS = {"effects_fuzzer": 6, "int_adapters_fuzzer": 5, "fft_fuzzer": 4, "rate_fuzzer": 5,
+         "python_array_fuzzer": 3}
 SIZES = (16, 64, 256, 700)
 
 root = os.path.join(os.path.dirname(os.path.abspath(__file__)), "corpus")
