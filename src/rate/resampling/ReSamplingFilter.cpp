@@ -327,18 +327,37 @@ QUORVEX_KERNEL_INLINE void groupSums(const GroupShape& shape, const double* fram
 
 // Equal rates: every output takes all 8193 taps from its own first frame,
 // one frame after the previous output's, so the left and right values of two
-// neighbouring outputs' frames lie side by side in one vector.
+// neighbouring outputs' frames lie side by side in one vector. Four taps at a
+// time, a vector of frames serves two pairs of outputs two taps apart, which
+// halves the loads; each pair still adds its products tap after tap.
 constexpr int kEqualRateOutputs = 16;
 
 QUORVEX_KERNEL_INLINE void equalRateSums(const double* taps, const double* frames, double* out) {
     constexpr int kPairs = kEqualRateOutputs / 2;
+    constexpr int kTaps = 2 * s_firodr + 1;
     Quad acc[kPairs] = {};
-    for (int j = 0; j <= 2 * s_firodr; ++j) {
-        const double h = taps[j];
+    int j = 0;
+    for (; j + 4 <= kTaps; j += 4) {
+        Quad even, odd;
+        loadQuad(even, frames + 2 * j);
+        loadQuad(odd, frames + 2 * (j + 1));
+        for (int p = 0; p < kPairs; ++p) {
+            Quad nextEven, nextOdd;
+            loadQuad(nextEven, frames + 2 * (j + 2 * p + 2));
+            loadQuad(nextOdd, frames + 2 * (j + 2 * p + 3));
+            acc[p] += taps[j] * even;
+            acc[p] += taps[j + 1] * odd;
+            acc[p] += taps[j + 2] * nextEven;
+            acc[p] += taps[j + 3] * nextOdd;
+            even = nextEven;
+            odd = nextOdd;
+        }
+    }
+    for (; j < kTaps; ++j) {
         for (int p = 0; p < kPairs; ++p) {
             Quad x;
             loadQuad(x, frames + 2 * (j + 2 * p));
-            acc[p] += h * x;
+            acc[p] += taps[j] * x;
         }
     }
     std::memcpy(out, acc, sizeof acc);
