@@ -380,21 +380,19 @@ QUORVEX_KERNEL_INLINE void blockSums(int64_t groups, const double* frames, int64
     }
 }
 
-void blockSumsPlain(int64_t groups, const double* frames, int64_t from, double* out) {
-    blockSums(groups, frames, from, out);
-}
+// Off for a benchmark's baseline: the sums of at most four outputs at a time.
+bool s_blockKernels = true;
 
 #ifdef QUORVEX_WIDE_KERNELS
+// The block kernels run only where the processor has 256-bit vectors: on
+// narrower ones the compiler splits the vector type piece by piece, far slower
+// than the 128-bit sums, which give the same bits.
 const bool kWideSums = framework::wideKernelsRun();
 
 QUORVEX_WIDE_TARGET void blockSumsWide(int64_t groups, const double* frames, int64_t from,
                                        double* out) {
     blockSums(groups, frames, from, out);
 }
-#endif
-
-// Off for a benchmark's baseline: the sums of at most four outputs at a time.
-bool s_blockKernels = true;
 
 // The ring frames `from` .. `to` as one run: straight from the ring, or copied
 // out in order where they wrap around its end. Null when they are too many.
@@ -414,7 +412,7 @@ const double* framesInOrder(int64_t from, int64_t to) {
 // The outputs of whole groups among the next `frames`; returns how many.
 int64_t produceGroups(int64_t frames, double* out) {
     const bool equalRates = s_isrm == 1 && s_osrm == 1;
-    if (!s_blockKernels || !(equalRates || s_groupsBuilt)) return 0;
+    if (!kWideSums || !s_blockKernels || !(equalRates || s_groupsBuilt)) return 0;
     const int size = equalRates ? kEqualRateOutputs : kGroupOutputs;
     const int64_t groups = frames / size;
     if (groups == 0) return 0;
@@ -423,21 +421,19 @@ int64_t produceGroups(int64_t frames, double* out) {
     const int64_t last = floorDiv(centre + s_firodr, s_isrm);
     const double* run = framesInOrder(s_sptr, last);
     if (run == nullptr) return 0;
-#ifdef QUORVEX_WIDE_KERNELS
-    if (kWideSums) {
-        blockSumsWide(groups, run, s_sptr, out);
-        return groups * size;
-    }
-#endif
-    blockSumsPlain(groups, run, s_sptr, out);
+    blockSumsWide(groups, run, s_sptr, out);
     return groups * size;
 }
+#endif
 
 // Writes `frames` outputs, moving the window on after each.
 void produceFrames(int64_t frames, double* out) {
     constexpr int kSideBySide = 4;
     Window w[kSideBySide];
-    int64_t i = produceGroups(frames, out);
+    int64_t i = 0;
+#ifdef QUORVEX_WIDE_KERNELS
+    i = produceGroups(frames, out);
+#endif
     for (; i + kSideBySide <= frames; i += kSideBySide) {
         for (Window& each : w) {
             each = currentWindow();
