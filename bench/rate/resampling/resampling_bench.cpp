@@ -7,10 +7,12 @@
 #include <utility>
 
 #include "bench_util.h"
+#include "rate/resampling/ReSamplingState.h"
 
 // The resampler and two peer converters on the same signal, rate pairs and
 // block size. Peers report `vs_quorvex`: their frames per CPU second divided
-// by ours on the same rate pair.
+// by ours on the same rate pair. The `baseline` rows run the resampler with
+// its sums at most four outputs at a time, and ours report `vs_baseline`.
 
 namespace {
 
@@ -50,11 +52,30 @@ void runPeer(benchmark::State& state, int inRate, int outRate, Block block) {
     state.counters["vs_quorvex"] = framesPerSecond / ourFramesPerSecond(inRate, outRate);
 }
 
+// Frames per CPU second of the baseline for each rate pair, as last measured.
+std::map<std::pair<int, int>, double>& baselineRates() {
+    static std::map<std::pair<int, int>, double> rates;
+    return rates;
+}
+
+void BM_ReSampling_baseline(benchmark::State& state) {
+    const int inRate = static_cast<int>(state.range(0));
+    const int outRate = static_cast<int>(state.range(1));
+    OurConverter converter(inRate, outRate);
+    ReSamplingFilterUseBlockKernels(false);
+    baselineRates()[{inRate, outRate}] = bench::runBlocks(state, converter.block, kFrames, inRate);
+    ReSamplingFilterUseBlockKernels(true);
+}
+
 void BM_ReSampling_quorvex(benchmark::State& state) {
     const int inRate = static_cast<int>(state.range(0));
     const int outRate = static_cast<int>(state.range(1));
     OurConverter converter(inRate, outRate);
-    ourRates()[{inRate, outRate}] = bench::runBlocks(state, converter.block, kFrames, inRate);
+    const double framesPerSecond = bench::runBlocks(state, converter.block, kFrames, inRate);
+    ourRates()[{inRate, outRate}] = framesPerSecond;
+    auto baseline = baselineRates().find({inRate, outRate});
+    if (baseline != baselineRates().end())
+        state.counters["vs_baseline"] = framesPerSecond / baseline->second;
 }
 
 void BM_ReSampling_soxr_hq(benchmark::State& state) {
@@ -122,6 +143,7 @@ void ratePairs(benchmark::internal::Benchmark* b) {
         b->Args({pair.first, pair.second});
 }
 
+BENCHMARK(BM_ReSampling_baseline)->Apply(ratePairs);
 BENCHMARK(BM_ReSampling_quorvex)->Apply(ratePairs);
 BENCHMARK(BM_ReSampling_soxr_hq)->Apply(ratePairs);
 BENCHMARK(BM_ReSampling_libsamplerate_best)->Apply(ratePairs);

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "dsp/StereoLanes.h"
+#include "framework/KernelChoice.h"
 #include "rate/resampling/ReSamplingState.h"
 #include "rate/resampling/bessel0.h"
 
@@ -172,30 +173,267 @@ void windowSums(const Window* w, double* out) {
     }
 }
 
-// Moves the window on by one output period, `down` intermediate samples.
-void advanceWindow() {
-    const int up = s_isrm;
-    const int q = s_osrm / up;
-    const int r = s_osrm % up;
-    s_sptr += q;
-    s_sptrr += r;
-    if (s_sptrr > 0) {
-        s_sptrr -= up;
-        s_sptr += 1;
+// A window's ends as input indexes and remainders on the intermediate axis.
+struct WindowBounds {
+    int64_t first;
+    int firstRemainder;
+    int64_t last;
+    int lastRemainder;
+};
+
+// Moves a window on by one output period, `down` intermediate samples.
+void advance(WindowBounds& b, int up, int down) {
+    const int q = down / up;
+    const int r = down % up;
+    b.first += q;
+    b.firstRemainder += r;
+    if (b.firstRemainder > 0) {
+        b.firstRemainder -= up;
+        b.first += 1;
     }
-    s_eptr += q;
-    s_eptrr += r;
-    if (s_eptrr >= up) {
-        s_eptrr -= up;
-        s_eptr += 1;
+    b.last += q;
+    b.lastRemainder += r;
+    if (b.lastRemainder >= up) {
+        b.lastRemainder -= up;
+        b.last += 1;
     }
 }
+
+void advanceWindow() {
+    WindowBounds b{s_sptr, s_sptrr, s_eptr, s_eptrr};
+    advance(b, s_isrm, s_osrm);
+    s_sptr = b.first;
+    s_sptrr = b.firstRemainder;
+    s_eptr = b.last;
+    s_eptrr = b.lastRemainder;
+}
+
+// The block kernels run the sums of several consecutive outputs in the lanes
+// of 256-bit vectors; each lane does one output's multiplications and
+// additions in ascending input order, exactly as the sums above.
+typedef double Quad __attribute__((vector_size(32)));
+typedef long long QuadMask __attribute__((vector_size(32)));
+
+// Vectors pass by reference: the plain build has no 256-bit registers to
+// pass them in.
+QUORVEX_KERNEL_INLINE void loadQuad(Quad& v, const double* p) { std::memcpy(&v, p, sizeof v); }
+
+// Adds `product` to the lanes of `acc` that `on` selects, leaving the others
+// exactly as they are.
+QUORVEX_KERNEL_INLINE void addWhere(Quad& acc, const QuadMask& on, const Quad& product) {
+    const Quad sum = acc + product;
+    acc = (Quad)(((QuadMask)sum & on) | ((QuadMask)acc & ~on));
+}
+
+// Ordinary rate pairs: eight outputs walk the frames from the first output's
+// first frame together, each frame's left and right values spread over all
+// lanes. Lane g takes part from step begin[g] to end[g] - 1; the taps of a
+// step lie side by side in one row of s_groupTaps, one table of rows for
+// each phase the group's first output can start at.
+constexpr int kGroupOutputs = 8;
+constexpr int kGroupRows = 32768;
+
+struct GroupShape {
+    int row;                // the group's first row in s_groupTaps
+    int steps;              // frames walked: the largest end
+    int allActive;          // the largest begin
+    int someDone;           // the smallest end
+    Quad begin[2], end[2];  // lanes 0-3 and 4-7, as doubles for the lane masks
+};
+
+GroupShape s_groupShape[kMaxPhases];
+alignas(64) double s_groupTaps[kGroupRows][kGroupOutputs];
+bool s_groupsBuilt;
+
+int64_t floorDiv(int64_t a, int64_t b) { return a >= 0 ? a / b : -((-a + b - 1) / b); }
+
+// The group whose first window starts `phase` intermediate samples before
+// its first frame, frame 0; false when the rows would not fit.
+bool buildGroup(int phase, int up, int down, int* row) {
+    WindowBounds b{0, -phase, 0, 0};
+    b.last = floorDiv(2 * s_firodr - phase, up);
+    b.lastRemainder = static_cast<int>(2 * s_firodr - phase - b.last * up);
+    int begin[kGroupOutputs], end[kGroupOutputs], phases[kGroupOutputs];
+    GroupShape& shape = s_groupShape[phase];
+    shape = {*row, 0, 0, INT_MAX, {}, {}};
+    for (int g = 0; g < kGroupOutputs; ++g, advance(b, up, down)) {
+        begin[g] = static_cast<int>(b.first);
+        end[g] = static_cast<int>(b.last + 1);
+        phases[g] = -b.firstRemainder;
+        shape.steps = end[g] > shape.steps ? end[g] : shape.steps;
+        shape.allActive = begin[g] > shape.allActive ? begin[g] : shape.allActive;
+        shape.someDone = end[g] < shape.someDone ? end[g] : shape.someDone;
+        shape.begin[g / 4][g % 4] = begin[g];
+        shape.end[g / 4][g % 4] = end[g];
+    }
+    if (shape.steps > kGroupRows - *row) return false;
+    for (int step = 0; step < shape.steps; ++step) {
+        for (int g = 0; g < kGroupOutputs; ++g) {
+            const int j = step - begin[g];
+            const int t = phases[g] - s_firodr + j * up;
+            s_groupTaps[*row + step][g] = j >= 0 && step < end[g] ? s_hfir[t < 0 ? -t : t] : 0.0;
+        }
+    }
+    *row += shape.steps;
+    return true;
+}
+
+void buildGroups(int up, int down) {
+    s_groupsBuilt = false;
+    if (up > kMaxPhases) return;
+    int row = 0;
+    for (int phase = 0; phase < up; ++phase)
+        if (!buildGroup(phase, up, down, &row)) return;
+    s_groupsBuilt = true;
+}
+
+QUORVEX_KERNEL_INLINE void groupStep(Quad (&acc)[4], const double* taps, const double* frame) {
+    for (int h = 0; h < 2; ++h) {
+        Quad t;
+        loadQuad(t, taps + 4 * h);
+        acc[h] += t * frame[0];
+        acc[2 + h] += t * frame[1];
+    }
+}
+
+QUORVEX_KERNEL_INLINE void groupStepMasked(Quad (&acc)[4], const double* taps, const double* frame,
+                                           const GroupShape& shape, int step) {
+    const double at = step;
+    for (int h = 0; h < 2; ++h) {
+        const QuadMask on = (at >= shape.begin[h]) & (at < shape.end[h]);
+        Quad t;
+        loadQuad(t, taps + 4 * h);
+        addWhere(acc[h], on, t * frame[0]);
+        addWhere(acc[2 + h], on, t * frame[1]);
+    }
+}
+
+// `frames` is the group's frame 0 in a run that does not wrap.
+QUORVEX_KERNEL_INLINE void groupSums(const GroupShape& shape, const double* frames, double* out) {
+    Quad acc[4] = {};
+    const double* taps = s_groupTaps[shape.row];
+    const int fullEnd = shape.someDone > shape.allActive ? shape.someDone : shape.allActive;
+    int step = 0;
+    for (; step < shape.allActive; ++step)
+        groupStepMasked(acc, taps + kGroupOutputs * step, frames + 2 * step, shape, step);
+    for (; step < fullEnd; ++step) groupStep(acc, taps + kGroupOutputs * step, frames + 2 * step);
+    for (; step < shape.steps; ++step)
+        groupStepMasked(acc, taps + kGroupOutputs * step, frames + 2 * step, shape, step);
+    for (int g = 0; g < kGroupOutputs; ++g) {
+        out[2 * g] = acc[g / 4][g % 4];
+        out[2 * g + 1] = acc[2 + g / 4][g % 4];
+    }
+}
+
+// Equal rates: every output takes all 8193 taps from its own first frame,
+// one frame after the previous output's, so the left and right values of two
+// neighbouring outputs' frames lie side by side in one vector. Four taps at a
+// time, a vector of frames serves two pairs of outputs two taps apart, which
+// halves the loads; each pair still adds its products tap after tap.
+constexpr int kEqualRateOutputs = 16;
+
+QUORVEX_KERNEL_INLINE void equalRateSums(const double* taps, const double* frames, double* out) {
+    constexpr int kPairs = kEqualRateOutputs / 2;
+    constexpr int kTaps = 2 * s_firodr + 1;
+    Quad acc[kPairs] = {};
+    int j = 0;
+    for (; j + 4 <= kTaps; j += 4) {
+        Quad even, odd;
+        loadQuad(even, frames + 2 * j);
+        loadQuad(odd, frames + 2 * (j + 1));
+        for (int p = 0; p < kPairs; ++p) {
+            Quad nextEven, nextOdd;
+            loadQuad(nextEven, frames + 2 * (j + 2 * p + 2));
+            loadQuad(nextOdd, frames + 2 * (j + 2 * p + 3));
+            acc[p] += taps[j] * even;
+            acc[p] += taps[j + 1] * odd;
+            acc[p] += taps[j + 2] * nextEven;
+            acc[p] += taps[j + 3] * nextOdd;
+            even = nextEven;
+            odd = nextOdd;
+        }
+    }
+    for (; j < kTaps; ++j) {
+        for (int p = 0; p < kPairs; ++p) {
+            Quad x;
+            loadQuad(x, frames + 2 * (j + 2 * p));
+            acc[p] += taps[j] * x;
+        }
+    }
+    std::memcpy(out, acc, sizeof acc);
+}
+
+// Runs `groups` groups of outputs from `frames`, frame `from` of the stream
+// in a run that does not wrap, moving the window on after each output.
+QUORVEX_KERNEL_INLINE void blockSums(int64_t groups, const double* frames, int64_t from,
+                                     double* out) {
+    const bool equalRates = s_isrm == 1 && s_osrm == 1;
+    const int size = equalRates ? kEqualRateOutputs : kGroupOutputs;
+    const double* equalRateTaps = s_phaseTaps + s_phaseOffset[0];
+    for (int64_t g = 0; g < groups; ++g, out += 2 * size) {
+        const double* first = frames + 2 * (s_sptr - from);
+        if (equalRates)
+            equalRateSums(equalRateTaps, first, out);
+        else
+            groupSums(s_groupShape[-s_sptrr], first, out);
+        for (int i = 0; i < size; ++i) advanceWindow();
+    }
+}
+
+// Off for a benchmark's baseline: the sums of at most four outputs at a time.
+bool s_blockKernels = true;
+
+#ifdef QUORVEX_WIDE_KERNELS
+// The block kernels run only where the processor has 256-bit vectors: on
+// narrower ones the compiler splits the vector type piece by piece, far slower
+// than the 128-bit sums, which give the same bits.
+const bool kWideSums = framework::wideKernelsRun();
+
+QUORVEX_WIDE_TARGET void blockSumsWide(int64_t groups, const double* frames, int64_t from,
+                                       double* out) {
+    blockSums(groups, frames, from, out);
+}
+
+// The ring frames `from` .. `to` as one run: straight from the ring, or copied
+// out in order where they wrap around its end. Null when they are too many.
+alignas(32) double s_windowCopy[kMaxBlockFrames + 2 * s_firodr + 4][2];
+
+const double* framesInOrder(int64_t from, int64_t to) {
+    const int64_t start = from & kRingMask;
+    const int64_t count = to - from + 1;
+    if (start + count <= kRingFrames) return s_smpld[start];
+    if (count > static_cast<int64_t>(sizeof s_windowCopy / sizeof s_windowCopy[0])) return nullptr;
+    const int64_t head = kRingFrames - start;
+    std::memcpy(s_windowCopy, s_smpld[start], sizeof s_smpld[0] * head);
+    std::memcpy(s_windowCopy[head], s_smpld[0], sizeof s_smpld[0] * (count - head));
+    return s_windowCopy[0];
+}
+
+// The outputs of whole groups among the next `frames`; returns how many.
+int64_t produceGroups(int64_t frames, double* out) {
+    const bool equalRates = s_isrm == 1 && s_osrm == 1;
+    if (!kWideSums || !s_blockKernels || !(equalRates || s_groupsBuilt)) return 0;
+    const int size = equalRates ? kEqualRateOutputs : kGroupOutputs;
+    const int64_t groups = frames / size;
+    if (groups == 0) return 0;
+    // The last output's centre, and the last frame its window reaches.
+    const int64_t centre = s_sptr * s_isrm + s_sptrr + s_firodr + (groups * size - 1) * s_osrm;
+    const int64_t last = floorDiv(centre + s_firodr, s_isrm);
+    const double* run = framesInOrder(s_sptr, last);
+    if (run == nullptr) return 0;
+    blockSumsWide(groups, run, s_sptr, out);
+    return groups * size;
+}
+#endif
 
 // Writes `frames` outputs, moving the window on after each.
 void produceFrames(int64_t frames, double* out) {
     constexpr int kSideBySide = 4;
     Window w[kSideBySide];
     int64_t i = 0;
+#ifdef QUORVEX_WIDE_KERNELS
+    i = produceGroups(frames, out);
+#endif
     for (; i + kSideBySide <= frames; i += kSideBySide) {
         for (Window& each : w) {
             each = currentWindow();
@@ -226,6 +464,8 @@ ReSamplingWindow ReSamplingFilterWindow() {
 
 const double* ReSamplingFilterPrototype() { return s_hfir; }
 
+void ReSamplingFilterUseBlockKernels(bool use) { s_blockKernels = use; }
+
 int ReSamplingFilterInit(int inRate, int outRate) {
     if (inRate <= 0 || outRate <= 0) return -1;
     const int64_t m = commonMultiple(inRate, outRate);
@@ -237,6 +477,7 @@ int ReSamplingFilterInit(int inRate, int outRate) {
     s_nImgFreq = outRate * s_osrm;
     buildPrototype(outRate, s_isrm, s_nImgFreq);
     buildPhaseTable(s_isrm);
+    buildGroups(s_isrm, s_osrm);
     std::memset(s_smpld, 0, sizeof s_smpld);
     s_iptr = 0;
     const int q0 = s_firodr / s_isrm;

@@ -22,4 +22,9 @@ ReSamplingWindow ReSamplingFilterWindow();
 // intermediate samples from the centre, for i = 0 .. 4096.
 const double* ReSamplingFilterPrototype();
 
+// Whether whole groups of outputs go through the block kernels (the default)
+// or every sum runs at most four outputs at a time, as a benchmark baseline.
+// Both give the same bits.
+void ReSamplingFilterUseBlockKernels(bool use);
+
 #endif
