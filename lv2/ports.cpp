@@ -106,7 +106,8 @@ void addSection(Plugin& plugin, const std::string& prefix, const std::string& wh
 std::string descriptionOf(const FilterInfo& filter) {
     std::string text = filter.summary + ". Acts at " + filter.rates +
                        "; at any other rate the audio passes unchanged. A changed control "
-                       "takes effect at the next block and resets the filter's state.";
+                       "takes effect from the next block on: the filter takes its settings "
+                       "anew, as at a reset.";
     if (!filter.sharedState.empty())
         text += " The filter's " + filter.sharedState +
                 " are shared by the whole process, so only one instance of it can run in a "

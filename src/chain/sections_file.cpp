@@ -85,6 +85,7 @@ bool sectionAccepted(const Section& section) {
 }
 
 Section peakingSection(double rate, double frequency, double gain, double q) {
+    if (gain == 0.0) return Section{};  // exactly, not a pole and zero that cancel
     const double amplitude = std::pow(10.0, gain / 40.0);
     const double w0 = 2.0 * kPi * frequency / rate;
     const double alpha = std::sin(w0) / (2.0 * q);
