@@ -273,7 +273,7 @@ const Plugin& pluginOf(const LV2_Descriptor* descriptor) {
 
 }  // namespace quorvex::lv2
 
-extern "C" LV2_SYMBOL_EXPORT const LV2_Descriptor* lv2_descriptor(uint32_t index) {
+LV2_SYMBOL_EXPORT const LV2_Descriptor* lv2_descriptor(uint32_t index) {
     const auto& table = quorvex::lv2::descriptors();
     return index < table.size() ? &table[index] : nullptr;
 }
