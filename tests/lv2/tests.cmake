@@ -12,6 +12,14 @@ if(TARGET quorvex_lv2)
   target_link_libraries(quorvex_lv2_tests PRIVATE quorvex::chain PkgConfig::LILV
     PkgConfig::SNDFILE GTest::gtest GTest::gtest_main)
   add_dependencies(quorvex_lv2_tests quorvex_lv2)
+  # lv2apply is not built with the sanitizers, so it cannot load a bundle
+  # that is; the tests' own host can.
+  if(QUORVEX_SANITIZE)
+    set(QUORVEX_LV2_TEST_FILTER "-Lv2Apply.*")
+  else()
+    set(QUORVEX_LV2_TEST_FILTER "*")
+  endif()
   gtest_discover_tests(quorvex_lv2_tests DISCOVERY_TIMEOUT 60
+    TEST_FILTER "${QUORVEX_LV2_TEST_FILTER}"
     PROPERTIES ENVIRONMENT LV2_PATH=${QUORVEX_LV2_PATH})
 endif()
