@@ -97,6 +97,39 @@ struct FilterInfo {
     QUORVEX_API const Parameter* findParam(const std::string& key) const;
 };
 
+// Settings as numbers alone, for front ends that change them while audio
+// runs and must not allocate then (plug-ins). `values` holds one number per
+// entry of FilterInfo::params, in order: a number in its unit, a choice as
+// the index of its choice, a switch as 0 or 1, a path as NaN. The surround
+// reads NaN for a stage as the stage not named (off); every other number
+// must be within its range.
+struct BlockWriter {
+    unsigned long id = 0;  // the block written; 0: the filter has no such writer
+    int size = 0;
+    // Changes `block`, the filter's block as read from it, in place.
+    void (*write)(const double* values, unsigned char* block) = nullptr;
+};
+
+// A second-order section (b0 + b1 z^-1 + b2 z^-2) / (1 - a1 z^-1 - a2 z^-2):
+// normalised to a0 = 1, with the feedback coefficients negated as the
+// library adds them.
+struct Section {
+    double b0 = 1.0, b1 = 0.0, b2 = 0.0, a1 = 0.0, a2 = 0.0;
+};
+
+// Every coefficient within the library's limit and both poles strictly
+// inside the unit circle: a section the headphone equalizer and the
+// personalizer can run without their output growing without bound.
+QUORVEX_API bool sectionAccepted(const Section& section);
+
+// A peaking section at `rate`: `gain` dB at `frequency` Hz, `q` its
+// quality (bandwidth = frequency / q); 0 dB passes unchanged.
+QUORVEX_API Section peakingSection(double rate, double frequency, double gain, double q);
+
+// Writes a section into a raw parameter block as one coefficient set from
+// `offset` on.
+QUORVEX_API void writeSection(unsigned char* block, int offset, const Section& section);
+
 // Every filter a chain may hold, ordered by name.
 QUORVEX_API const std::vector<FilterInfo>& filters();
 // Null for a name no filter has.
@@ -126,6 +159,9 @@ struct Step {
     const FilterInfo* filter;
     Settings settings;
 };
+
+// The filter's writer of numbers into its block; id 0 for one without.
+QUORVEX_API const BlockWriter& blockWriter(const FilterInfo& info);
 
 // Checks names, keys, values, ranges and the rules of a chain (a filter with
 // shared state at most once, an integer-only filter alone, at most ten

@@ -1,6 +1,7 @@
 #include "registry.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -68,6 +69,22 @@ std::string numberText(double value) {
     char text[32];
     std::snprintf(text, sizeof text, "%.12g", value);
     return text;
+}
+
+std::vector<double> numbersOf(const std::vector<Parameter>& params, const Settings& settings) {
+    std::vector<double> values;
+    for (const Parameter& param : params) {
+        if (param.kind == ParamKind::Path) {
+            values.push_back(std::nan(""));
+        } else if (param.kind == ParamKind::Choice) {
+            const auto& choices = param.choices;
+            const auto chosen = std::find(choices.begin(), choices.end(), settings.text(param.key));
+            values.push_back(static_cast<double>(chosen - choices.begin()));
+        } else {
+            values.push_back(settings.number(param.key));
+        }
+    }
+    return values;
 }
 
 int chosenDepth(const Settings& settings, const StreamFormat& input) {
@@ -146,6 +163,8 @@ const FilterEntry& entryFor(const FilterInfo& info) {
         throw std::logic_error(info.name + " is not one of filters()");
     return registry().entries[static_cast<size_t>(&info - infos.data())];
 }
+
+const BlockWriter& blockWriter(const FilterInfo& info) { return entryFor(info).writer; }
 
 namespace {
 

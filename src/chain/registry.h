@@ -51,10 +51,16 @@ struct FilterEntry {
     // Instead of `build`, for an integer-only filter.
     std::function<BuiltIntegerFilter(const Settings&, const StreamFormat& input)> buildInteger =
         nullptr;
+    // What `build` writes into the block, from numbers alone; the builders
+    // go through it too, so both ways of setting a filter agree.
+    BlockWriter writer{};
 };
 
 // The entry filters() shows as `info`.
 const FilterEntry& entryFor(const FilterInfo& info);
+
+// The numbers a BlockWriter takes for `settings` of a filter with `params`.
+std::vector<double> numbersOf(const std::vector<Parameter>& params, const Settings& settings);
 
 // The depth a depthParam asks for, given the converter's input.
 int chosenDepth(const Settings& settings, const StreamFormat& input);
@@ -85,6 +91,8 @@ public:
     void setByte(int offset, unsigned char value);
     void setInt(int offset, int32_t value);
     void setDouble(int offset, double value);
+    // The bytes as they stand, for a BlockWriter or writeSection.
+    unsigned char* data() { return bytes.data(); }
     void apply(const std::string& filterName);
 
 private:

@@ -11,6 +11,7 @@ namespace quorvex::chain {
 namespace {
 
 constexpr double kLargestCoefficient = coefficient_set::kLimit;
+constexpr double kPi = 3.14159265358979323846;
 
 // The larger distance of the two poles from the origin, for the denominator
 // 1 - a1 z^-1 - a2 z^-2: the roots of z^2 - a1 z - a2.
@@ -77,13 +78,34 @@ void requireHighRate(const std::string& filter, const StreamFormat& input) {
                 " (at 44100 and 48000 Hz it would pass the audio unchanged)");
 }
 
-void putSection(ParamBlock& block, int offset, const Section& section) {
-    block.setDouble(offset + coefficient_set::kA0, 1.0);
-    block.setDouble(offset + coefficient_set::kA1, section.a1);
-    block.setDouble(offset + coefficient_set::kA2, section.a2);
-    block.setDouble(offset + coefficient_set::kB0, section.b0);
-    block.setDouble(offset + coefficient_set::kB1, section.b1);
-    block.setDouble(offset + coefficient_set::kB2, section.b2);
+bool sectionAccepted(const Section& section) {
+    for (double c : {section.b0, section.b1, section.b2, section.a1, section.a2})
+        if (!(c >= -kLargestCoefficient && c <= kLargestCoefficient)) return false;
+    return isStable(section);
+}
+
+Section peakingSection(double rate, double frequency, double gain, double q) {
+    if (gain == 0.0) return Section{};  // exactly, not a pole and zero that cancel
+    const double amplitude = std::pow(10.0, gain / 40.0);
+    const double w0 = 2.0 * kPi * frequency / rate;
+    const double alpha = std::sin(w0) / (2.0 * q);
+    const double cosine = std::cos(w0);
+    const double a0 = 1.0 + alpha / amplitude;
+    return {(1.0 + alpha * amplitude) / a0, -2.0 * cosine / a0, (1.0 - alpha * amplitude) / a0,
+            2.0 * cosine / a0, -(1.0 - alpha / amplitude) / a0};
+}
+
+void writeSection(unsigned char* block, int offset, const Section& section) {
+    using namespace coefficient_set;
+    const auto put = [&](int field, double value) {
+        std::memcpy(block + offset + field, &value, sizeof value);
+    };
+    put(kA0, 1.0);
+    put(kA1, section.a1);
+    put(kA2, section.a2);
+    put(kB0, section.b0);
+    put(kB1, section.b1);
+    put(kB2, section.b2);
 }
 
 }  // namespace quorvex::chain

@@ -13,12 +13,6 @@
 
 namespace quorvex::chain {
 
-// Normalised to a0 = 1 and with the feedback coefficients negated: the
-// library adds them.
-struct Section {
-    double b0 = 1.0, b1 = 0.0, b2 = 0.0, a1 = 0.0, a2 = 0.0;
-};
-
 // Throws StreamError naming the file and line for anything that is not a
 // section, and when the file holds more than `most` of them.
 std::vector<Section> readSections(const std::string& filter, const std::string& path, size_t most);
@@ -26,9 +20,6 @@ std::vector<Section> readSections(const std::string& filter, const std::string& 
 // The filters that run such sections act at 88.2 and 96 kHz only; throws
 // for any other rate.
 void requireHighRate(const std::string& filter, const StreamFormat& input);
-
-// Writes a section into a parameter block as one coefficient set from `offset` on.
-void putSection(ParamBlock& block, int offset, const Section& section);
 
 }  // namespace quorvex::chain
 

@@ -1,17 +1,38 @@
 // alc: the automatic level control, which keeps every sample within full scale.
 #include "../registry.h"
 
+#include <cstring>
+
 namespace quorvex::chain {
 
 namespace {
 
+using namespace alc_block;
+
+std::vector<Parameter> parameters() {
+    return {
+        enabledParam(),
+        choiceParam("mode", {"linked", "sample"},
+                    "linked: one gain for both channels, recovering at block ends; "
+                    "sample: each sample limited on its own, the gain never recovers"),
+        numberParam("recovery", kRecoveryMin, kRecoveryMax, "per sample",
+                    numberText(kDefaultRecovery),
+                    "linked mode: gain regained per sample at the end of each block"),
+    };
+}
+
+// values: enabled, mode (linked, sample), recovery.
+void write(const double* values, unsigned char* block) {
+    block[kEnabled] = values[0] != 0.0;
+    const int32_t mode = values[1] == 0.0 ? kModeLinked : kModeSample;
+    std::memcpy(block + kMode, &mode, sizeof mode);
+    std::memcpy(block + kRecovery, &values[2], sizeof values[2]);
+}
+
 BuiltFilter build(const Settings& settings, const StreamFormat& input) {
     auto alc = std::make_unique<ALCFilter>();
-    ParamBlock block(*alc, alc_block::kId, alc_block::kSize);
-    block.setByte(alc_block::kEnabled, settings.isOn("enabled"));
-    block.setInt(alc_block::kMode, settings.text("mode") == "linked" ? alc_block::kModeLinked
-                                                                     : alc_block::kModeSample);
-    block.setDouble(alc_block::kRecovery, settings.number("recovery"));
+    ParamBlock block(*alc, kId, kSize);
+    write(numbersOf(parameters(), settings).data(), block.data());
     block.apply("alc");
     return {std::move(alc), input};
 }
@@ -25,17 +46,11 @@ FilterEntry alcEntry() {
                 "any rate",
                 "",
                 "",
-                {
-                    enabledParam(),
-                    choiceParam("mode", {"linked", "sample"},
-                                "linked: one gain for both channels, recovering at block ends; "
-                                "sample: each sample limited on its own, the gain never recovers"),
-                    numberParam("recovery", alc_block::kRecoveryMin, alc_block::kRecoveryMax,
-                                "per sample", numberText(alc_block::kDefaultRecovery),
-                                "linked mode: gain regained per sample at the end of each block"),
-                },
+                parameters(),
             },
-            build};
+            build,
+            nullptr,
+            {kId, kSize, write}};
 }
 
 }  // namespace quorvex::chain

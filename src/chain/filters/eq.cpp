@@ -2,6 +2,7 @@
 #include "../registry.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace quorvex::chain {
 
@@ -29,6 +30,17 @@ void refuseHighBandsAtLowRates(const Settings& settings, const StreamFormat& inp
                               (steps.empty() ? "" : "; put " + steps + " first"));
 }
 
+std::vector<Parameter> parameters();
+
+// values: enabled, then the bands in dB.
+void write(const double* values, unsigned char* block) {
+    block[kEnabled] = values[0] != 0.0;
+    for (int band = 0; band < kBands; ++band) {
+        const double gain = gainForDecibels(values[1 + band]);
+        std::memcpy(block + gainOffset(band), &gain, sizeof gain);
+    }
+}
+
 BuiltFilter build(const Settings& settings, const StreamFormat& input) {
     if (settings.isOn("enabled")) {
         requireRate("eq", input, {44100, 48000, 88200, 96000});
@@ -36,9 +48,7 @@ BuiltFilter build(const Settings& settings, const StreamFormat& input) {
     }
     auto eq = std::make_unique<EqualizerFilter>();
     ParamBlock block(*eq, kId, kSize);
-    block.setByte(kEnabled, settings.isOn("enabled"));
-    for (int band = 0; band < kBands; ++band)
-        block.setDouble(gainOffset(band), gainForDecibels(settings.number(kBandKeys[band])));
+    write(numbersOf(parameters(), settings).data(), block.data());
     block.apply("eq");
     return {std::move(eq), input};
 }
@@ -46,6 +56,22 @@ BuiltFilter build(const Settings& settings, const StreamFormat& input) {
 Parameter band(const char* key, const char* help) {
     return wholeParam(key, kGainMin * kDecibelsPerGain, kGainMax * kDecibelsPerGain, "dB", "0",
                       help);
+}
+
+std::vector<Parameter> parameters() {
+    return {
+        enabledParam(),
+        band("63", "peak at 63 Hz"),
+        band("160", "peak at 160 Hz"),
+        band("400", "peak at 400 Hz"),
+        band("1k", "peak at 1 kHz"),
+        band("2.5k", "peak at 2.5 kHz"),
+        band("6.3k", "peak at 6.3 kHz"),
+        band("16k", "peak at 16 kHz"),
+        band("32k", "peak at 32 kHz"),
+        band("lowshelf", "low shelf near 160 Hz"),
+        band("highshelf", "high shelf from 20 kHz (88.2 kHz) or 16 kHz (96 kHz)"),
+    };
 }
 
 }  // namespace
@@ -57,21 +83,11 @@ FilterEntry eqEntry() {
                 "44100, 48000, 88200 and 96000 Hz; the last three bands at 88200 and 96000 Hz only",
                 "band setting and filter history",
                 "",
-                {
-                    enabledParam(),
-                    band("63", "peak at 63 Hz"),
-                    band("160", "peak at 160 Hz"),
-                    band("400", "peak at 400 Hz"),
-                    band("1k", "peak at 1 kHz"),
-                    band("2.5k", "peak at 2.5 kHz"),
-                    band("6.3k", "peak at 6.3 kHz"),
-                    band("16k", "peak at 16 kHz"),
-                    band("32k", "peak at 32 kHz"),
-                    band("lowshelf", "low shelf near 160 Hz"),
-                    band("highshelf", "high shelf from 20 kHz (88.2 kHz) or 16 kHz (96 kHz)"),
-                },
+                parameters(),
             },
-            build};
+            build,
+            nullptr,
+            {kId, kSize, write}};
 }
 
 }  // namespace quorvex::chain

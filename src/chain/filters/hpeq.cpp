@@ -8,19 +8,32 @@ namespace quorvex::chain {
 
 namespace {
 
+using namespace hpeq_block;
+
+std::vector<Parameter> parameters() {
+    return {
+        enabledParam(),
+        pathParam("file",
+                  "sections, one a line: b0 b1 b2 a0 a1 a2 (missing ones pass; none: all pass)"),
+    };
+}
+
+// values: enabled; the sections are written on their own.
+void write(const double* values, unsigned char* block) { block[kEnabled] = values[0] != 0.0; }
+
 BuiltFilter build(const Settings& settings, const StreamFormat& input) {
     if (settings.isOn("enabled")) requireHighRate("hpeq", input);
-    std::vector<Section> sections(hpeq_block::kSectionCount);
+    std::vector<Section> sections(kSectionCount);
     if (settings.given("file")) {
         const std::vector<Section> read =
-            readSections("hpeq", settings.text("file"), hpeq_block::kSectionCount);
+            readSections("hpeq", settings.text("file"), kSectionCount);
         std::copy(read.begin(), read.end(), sections.begin());
     }
     auto hpeq = std::make_unique<HPEQFilter>();
-    ParamBlock block(*hpeq, hpeq_block::kId, hpeq_block::kSize);
-    block.setByte(hpeq_block::kEnabled, settings.isOn("enabled"));
-    for (int i = 0; i < hpeq_block::kSectionCount; ++i)
-        putSection(block, hpeq_block::sectionOffset(i), sections[static_cast<size_t>(i)]);
+    ParamBlock block(*hpeq, kId, kSize);
+    write(numbersOf(parameters(), settings).data(), block.data());
+    for (int i = 0; i < kSectionCount; ++i)
+        writeSection(block.data(), sectionOffset(i), sections[static_cast<size_t>(i)]);
     block.apply("hpeq");
     return {std::move(hpeq), input};
 }
@@ -28,21 +41,17 @@ BuiltFilter build(const Settings& settings, const StreamFormat& input) {
 }  // namespace
 
 FilterEntry hpeqEntry() {
-    return {
-        {
-            "hpeq",
-            "headphone equalizer: up to three second-order sections, both channels alike",
-            "88200 and 96000 Hz",
-            "set of coefficients and filter history",
-            "file",
-            {
-                enabledParam(),
-                pathParam(
-                    "file",
-                    "sections, one a line: b0 b1 b2 a0 a1 a2 (missing ones pass; none: all pass)"),
+    return {{
+                "hpeq",
+                "headphone equalizer: up to three second-order sections, both channels alike",
+                "88200 and 96000 Hz",
+                "set of coefficients and filter history",
+                "file",
+                parameters(),
             },
-        },
-        build};
+            build,
+            nullptr,
+            {kId, kSize, write}};
 }
 
 }  // namespace quorvex::chain
