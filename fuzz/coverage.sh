@@ -1,8 +1,9 @@
 #!/bin/sh
 # Builds the fuzz targets with coverage instrumentation in build-fuzz-cov/,
 # runs each over its seed corpus and whatever fuzz/run.sh has found since,
-# and prints line and branch coverage of src/.
+# and prints line and branch coverage of src/; with --files, file by file.
 set -eu
+files="${1:-}"
 cd "$(dirname "$0")/.."
 
 tool() { command -v "$1-14" || command -v "$1"; }
@@ -32,5 +33,10 @@ done
 "$profdata" merge -sparse -o build-fuzz-cov/fuzz.profdata build-fuzz-cov/profiles/*.profraw
 # The library's code lives in the shared libraries the targets load.
 "$cov" report build-fuzz-cov/src/libquorvex.so -object build-fuzz-cov/src/chain/libquorvex_chain.so \
-    $objects -instr-profile=build-fuzz-cov/fuzz.profdata "$(pwd)/src" | tail -n 1 |
+    $objects -instr-profile=build-fuzz-cov/fuzz.profdata "$(pwd)/src" 2>/dev/null >build-fuzz-cov/report.txt
+if [ "$files" = --files ]; then
+    awk 'NR > 2 && !/^-/ && !/^TOTAL/ { printf "%-45s lines %7s  branches %7s\n", $1, $10, $13 }' \
+        build-fuzz-cov/report.txt
+fi
+tail -n 1 build-fuzz-cov/report.txt |
     awk '{ printf "src/ coverage: lines %s, branches %s\n", $10, $13 }'
