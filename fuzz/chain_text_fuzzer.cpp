@@ -5,9 +5,11 @@
 // finding. A run must hand out exactly floor(frames in x output rate / input
 // rate) frames, at the depth the chain reports.
 //
-// Input layout: a format byte, a flags byte, then the chain text up to the
-// first NUL. Bytes after that NUL are written to a section file that an
-// hpeq or personalize step in front of the chain reads.
+// Input layout: a format byte, a flags byte (1: sections to personalize, not
+// hpeq; 2: clip; 4: the integer runner too; 8: reset and read the filters
+// first), then the chain text up to the first NUL. Bytes after that NUL are written to a section
+// file that an hpeq or personalize step in front of the chain reads.
+#include <quorvex/ParamBlocks.h>
 #include <quorvex/chain.h>
 
 #include <unistd.h>
@@ -143,8 +145,21 @@ void describe(qc::Chain& chain) {
     require(chain.formats().size() >= 2, "formats of the input and every filter");
 }
 
+// A host may reach the library filters behind a chain; a reset before the
+// stream starts and a parameter read change nothing it hands out.
+void touchFilters(qc::Chain& chain) {
+    if (chain.integerFilter() != nullptr) return;
+    RealAudioFilter& filter = chain.outermost();
+    unsigned char block[quorvex::alc_block::kSize];
+    const int size = filter.getParamData(quorvex::alc_block::kId, block, sizeof block);
+    if (size > 0)
+        require(filter.setParamData(quorvex::alc_block::kId, block, size) == size, "kept");
+    filter.reset();
+}
+
 void run(qc::Chain& chain, ByteSource& bytes, unsigned flags) {
     describe(chain);
+    if (flags & 8) touchFilters(chain);
     const std::vector<int> sizes = blockSizes(bytes);
     if (chain.integerFilter() == nullptr) {
         runDoubles(chain, sizes, bytes.next() / 64.0, flags & 2);

@@ -1,6 +1,7 @@
 #!/bin/sh
 # Builds the fuzz targets with coverage instrumentation in build-fuzz-cov/,
-# runs each over its seed corpus and whatever fuzz/run.sh has found since,
+# runs each over its seed corpus and whatever fuzz/run.sh has found since
+# (on the wide kernels and on the plain ones),
 # and prints line and branch coverage of src/; with --files, file by file.
 set -eu
 files="${1:-}"
@@ -28,6 +29,9 @@ for target in build-fuzz-cov/fuzz/*_fuzzer; do
     done
     LLVM_PROFILE_FILE="build-fuzz-cov/profiles/$name.profraw" "$target" -runs=0 $inputs \
         >/dev/null 2>&1
+    # Once more on the plain kernels, which a processor with wide ones skips.
+    QUORVEX_KERNELS=plain LLVM_PROFILE_FILE="build-fuzz-cov/profiles/$name-plain.profraw" \
+        "$target" -runs=0 $inputs >/dev/null 2>&1
     objects="$objects -object $target"
 done
 "$profdata" merge -sparse -o build-fuzz-cov/fuzz.profdata build-fuzz-cov/profiles/*.profraw

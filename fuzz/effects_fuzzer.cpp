@@ -380,9 +380,23 @@ void exerciseNames(Chain& chain) {
     AFQueryTick();
 }
 
+// Buffers a host sizes wrongly: a negative or unrepresentable capacity gets
+// no array, and a copy that cannot be made is refused.
+bool checkBufferMisuse() {
+    const RealAudioBuffer empty;
+    const RealAudioBuffer negative(-1, 44100, 16);
+    double sample = 0.0;
+    const RealAudioBuffer huge(&sample, std::numeric_limits<int>::max() / 8 + 1, 0, 44100, 16);
+    AFPRINT_IMPL("%s", "");
+    return empty.data == nullptr && empty.capacity == 0 && negative.data == nullptr &&
+           negative.capacity == 0 && huge.copyBuffer() == nullptr;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    static const bool misuseRefused = checkBufferMisuse();
+    fuzz::require(misuseRefused, "misused buffers refused");
     FuzzedDataProvider bytes(data, size);
     Chain chain = buildChain(bytes);
     while (bytes.remaining_bytes() > 0) {

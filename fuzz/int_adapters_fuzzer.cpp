@@ -12,7 +12,10 @@
 #include <quorvex/SimpleUpSamplingFilter.h>
 #include <quorvex/UpSamplingFilter.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
+#include <limits>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -142,9 +145,25 @@ void hold(FuzzedDataProvider& bytes, SimpleUpSamplingFilter& upSampler) {
     processOnce(bytes, upSampler, inRate, depth(bytes), outRate, depth(bytes));
 }
 
+// A host that claims an output far larger than the samples the adapter can
+// hold in doubles is refused before anything is written.
+bool checkHugeOutputRefused() {
+    ALCFilter level;
+    DataTypeConversionFilter converter(&level);
+    const uint8_t in[4] = {};
+    uint8_t out[kGuard];
+    std::fill(std::begin(out), std::end(out), kFill);
+    const int result = converter.process(1, 16, in, sizeof in, 400000000, 16, out,
+                                         std::numeric_limits<int>::max());
+    return result == -1 &&
+           std::all_of(std::begin(out), std::end(out), [](uint8_t b) { return b == kFill; });
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    static const bool hugeRefused = checkHugeOutputRefused();
+    fuzz::require(hugeRefused, "an output beyond the adapter's reach is refused");
     FuzzedDataProvider bytes(data, size);
     Wrapped wrapped = wrap(bytes);
     DataTypeConversionFilter converter(wrapped.filter.get());

@@ -5,7 +5,7 @@ ones it refuses, section files good and bad, and the syntax errors.
 
 Each seed is a format byte (an index into the target's kFormats), a flags
 byte (1: the section file goes to personalize instead of hpeq; 2: clip;
-4: run the integer runner too) and the chain text, then optionally a NUL
+4: run the integer runner too; 8: reset and read the filters first) and the chain text, then optionally a NUL
 and the section file. The other targets' seeds are minimised fuzz runs
 (see fuzz/merge-corpus.sh)."""
 import os
@@ -13,7 +13,7 @@ import shutil
 
 F44_16, F48_24, F88_24, F96_32, F44_24, F48_16, F96_16, F88_32 = range(8)
 F32_16, F8_24, F22_16, F192_24, F0, FTOP, FABOVE, F48_32 = range(8, 16)
-SECTIONS, CLIP, PCM = 1, 2, 4
+SECTIONS, CLIP, PCM, TOUCH = 1, 2, 4, 8
 
 SEEDS = [
     # Every filter at the rates it acts at, through both runners.
@@ -26,6 +26,9 @@ SEEDS = [
     (F48_24, PCM, "surround:wide=0.3,3d=1,3d-ap=0.5,hall-len2=17,hall-len3=5460,hall-ap2=0"),
     (F88_32, PCM, "surround"),
     (F44_24, PCM, "velmo:source=mp3,mode=fine"),
+    (F44_16, TOUCH, "velmo:mode=fine"),
+    (F96_16, PCM, "resample:48000"),
+    (F44_16, TOUCH | PCM, "gain:-3 alc gain:2"),
     (F44_16, CLIP | PCM, "velmo:source=cd,mode=super resample:48000"),
     (F48_16, PCM, "velmo:hb33=on,source=mp3"),
     (F48_16, CLIP, "velmo:hb33=on,mode=fine"),

@@ -89,7 +89,8 @@ int64_t commonMultiple(int a, int b) {
 // the input rate to the common multiple.
 int affordableFrames(const Stream& stream) {
     constexpr int64_t kProductsPerBlock = 1 << 16;
-    const int64_t window = 8192 * stream.inRate / commonMultiple(stream.inRate, stream.outRate) + 1;
+    const int64_t window =
+        int64_t{8192} * stream.inRate / commonMultiple(stream.inRate, stream.outRate) + 1;
     const int64_t perFrame = std::max<int64_t>(1, window * stream.outRate / stream.inRate);
     return static_cast<int>(std::clamp<int64_t>(kProductsPerBlock / perFrame, 16, kMaxBlock / 2));
 }
