@@ -36,10 +36,17 @@ inline double sample(FuzzedDataProvider& bytes) {
     }
 }
 
+// Mostly the rates the effects act at, then other rates, including ones a
+// host should never pass.
 inline int sampleRate(FuzzedDataProvider& bytes) {
-    static const int common[] = {44100, 48000, 88200, 96000, 22050, 32000, 8000};
-    if (bytes.ConsumeBool()) return bytes.PickValueInArray(common);
-    return bytes.ConsumeIntegralInRange<int>(1, 400000);
+    static const int supported[] = {44100, 48000, 88200, 96000};
+    static const int others[] = {22050, 32000, 8000,   192000,
+                                 1,     0,     -44100, std::numeric_limits<int>::max()};
+    switch (bytes.ConsumeIntegralInRange<int>(0, 7)) {
+        case 0: return bytes.PickValueInArray(others);
+        case 1: return bytes.ConsumeIntegralInRange<int>(1, 400000);
+        default: return bytes.PickValueInArray(supported);
+    }
 }
 
 inline int bitDepth(FuzzedDataProvider& bytes) {
