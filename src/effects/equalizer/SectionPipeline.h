@@ -9,8 +9,6 @@
 // section 2p + 1 in the high half), and each lane does exactly the
 // multiplications and additions, in the order, of the frame-by-frame code.
 
-#include <cstring>
-
 #include "dsp/Section.h"
 #include "dsp/StereoLanes.h"
 #include "framework/KernelChoice.h"
@@ -43,14 +41,13 @@ private:
     // pass them by value differently.
     QUORVEX_KERNEL_INLINE static void setPair(PairLanes& v, dsp::StereoLanes low,
                                               dsp::StereoLanes high) {
-        std::memcpy(&v, &low, sizeof low);
-        std::memcpy(reinterpret_cast<char*>(&v) + sizeof low, &high, sizeof high);
+        v = __builtin_shufflevector(low, high, 0, 1, 2, 3);
     }
     QUORVEX_KERNEL_INLINE static dsp::StereoLanes lowHalf(const PairLanes& v) {
-        return dsp::StereoLanes{v[0], v[1]};
+        return __builtin_shufflevector(v, v, 0, 1);
     }
     QUORVEX_KERNEL_INLINE static dsp::StereoLanes highHalf(const PairLanes& v) {
-        return dsp::StereoLanes{v[2], v[3]};
+        return __builtin_shufflevector(v, v, 2, 3);
     }
 
     // Steps first .. last-1 one section at a time, each only where its frame

@@ -35,11 +35,19 @@ constexpr int kHistory = kTaps - 1;
 // newer one added in front, the current frame's last.
 double sHistory[2][kHistory];
 
-// Four consecutive kept outputs of one channel, one per lane.
-typedef double Quad __attribute__((vector_size(32)));
-constexpr int kLanes = 4;
-constexpr int kQuadsPerPass = 4;  // per channel: enough sums in flight to hide their latency
-constexpr int kOutputsPerPass = kLanes * kQuadsPerPass;
+// Consecutive kept outputs of one channel, one per lane: four in the wide
+// build, two in the plain one, whose registers are half as wide. `At` reads
+// the same from any double in memory. (Member types, because a template
+// argument would lose their alignment.)
+struct WideLanes {
+    typedef double V __attribute__((vector_size(32)));
+    typedef double At __attribute__((vector_size(32), aligned(8), may_alias));
+};
+struct PlainLanes {
+    typedef double V __attribute__((vector_size(16)));
+    typedef double At __attribute__((vector_size(16), aligned(8), may_alias));
+};
+constexpr int kOutputsPerPass = 16;  // per channel: enough sums in flight to hide their latency
 
 // The input in chunks: at most kChunkFrames frames (an even count, so frame 0
 // of every chunk is kept), preceded by the kHistory frames before them.
@@ -58,34 +66,46 @@ struct PhaseSplit {
 
 // Output m of one channel is frame 2m of the chunk: the taps, newest input
 // first, are h[k] x[2m - k]; frame 2m - k sits at even[m + (kHistory - k) / 2]
-// for even k and at odd[m + (kHistory - 1 - k) / 2] for odd k.
+// for even k and at odd[m + (kHistory - 1 - k) / 2] for odd k. Past the
+// oldest tap they come in pairs, odd k before the even one below it.
+template <typename Lanes>
 QUORVEX_KERNEL_INLINE void filterPass(const double* even, const double* odd, int m,
                                       double (&out)[kOutputsPerPass]) {
-    Quad acc[kQuadsPerPass];
-    Quad x[kQuadsPerPass];
-    for (int q = 0; q < kQuadsPerPass; ++q) {
-        std::memcpy(&x[q], even + m + kLanes * q, sizeof x[q]);
-        acc[q] = x[q] * sDown96To48_hf[kTaps - 1];
-    }
-    for (int k = kTaps - 2; k >= 0; --k) {
-        const double* phase = k % 2 == 0 ? even + (kHistory - k) / 2 : odd + (kHistory - 1 - k) / 2;
-        for (int q = 0; q < kQuadsPerPass; ++q) {
-            std::memcpy(&x[q], phase + m + kLanes * q, sizeof x[q]);
-            acc[q] = x[q] * sDown96To48_hf[k] + acc[q];
-        }
+    using V = typename Lanes::V;
+    using VAt = typename Lanes::At;
+    static_assert(alignof(VAt) == alignof(double), "");
+    constexpr int kLanes = sizeof(V) / sizeof(double);
+    constexpr int kVectors = kOutputsPerPass / kLanes;
+    const double* h = sDown96To48_hf;
+    V acc[kVectors];
+#pragma GCC unroll 8
+    for (int q = 0; q < kVectors; ++q)
+        acc[q] = *reinterpret_cast<const VAt*>(even + m + kLanes * q) * h[kHistory];
+    for (int i = 0; i < kHistory / 2; ++i) {
+        const double* x = odd + m + i;
+        const double hOdd = h[kHistory - 1 - 2 * i];
+#pragma GCC unroll 8
+        for (int q = 0; q < kVectors; ++q)
+            acc[q] = *reinterpret_cast<const VAt*>(x + kLanes * q) * hOdd + acc[q];
+        x = even + m + i + 1;
+        const double hEven = h[kHistory - 2 - 2 * i];
+#pragma GCC unroll 8
+        for (int q = 0; q < kVectors; ++q)
+            acc[q] = *reinterpret_cast<const VAt*>(x + kLanes * q) * hEven + acc[q];
     }
     std::memcpy(out, acc, sizeof out);
 }
 
 // The kept outputs of one chunk into `y`, stereo frames one after another;
 // the right value of output `kept - 1` only if `lastRight`.
+template <typename Lanes>
 QUORVEX_KERNEL_INLINE void filterChunk(const PhaseSplit& split, int kept, bool lastRight,
                                        double* y) {
     for (int m = 0; m < kept; m += kOutputsPerPass) {
         double left[kOutputsPerPass];
         double right[kOutputsPerPass];
-        filterPass(split.even[0], split.odd[0], m, left);
-        filterPass(split.even[1], split.odd[1], m, right);
+        filterPass<Lanes>(split.even[0], split.odd[0], m, left);
+        filterPass<Lanes>(split.even[1], split.odd[1], m, right);
         const int count = kept - m < kOutputsPerPass ? kept - m : kOutputsPerPass;
         for (int i = 0; i < count; ++i) {
             y[2 * (m + i)] = left[i];
@@ -99,12 +119,12 @@ const bool kWideChunks = framework::wideKernelsRun();
 
 QUORVEX_WIDE_TARGET void filterChunkWide(const PhaseSplit& split, int kept, bool lastRight,
                                          double* y) {
-    filterChunk(split, kept, lastRight, y);
+    filterChunk<WideLanes>(split, kept, lastRight, y);
 }
 #endif
 
 void filterChunkPlain(const PhaseSplit& split, int kept, bool lastRight, double* y) {
-    filterChunk(split, kept, lastRight, y);
+    filterChunk<PlainLanes>(split, kept, lastRight, y);
 }
 
 // Where frame j of the chunk (negative j: the history) of channel c lies.
