@@ -26,13 +26,20 @@ struct SectionHistory {
 // StereoLanes, whose coefficients may then differ from lane to lane. The
 // grouping of the sums is part of the result: the feedback pair is summed
 // before the input joins it, the feed-forward pair before the b0 term.
+// In place, `x` becoming the output: wider vectors than a build's registers
+// then never pass by value.
 template <typename C, typename T>
-inline T runSection(const BasicSectionCoeffs<C>& c, SectionHistory<T>& h, T x) {
+inline void runSectionOn(const BasicSectionCoeffs<C>& c, SectionHistory<T>& h, T& x) {
     const T w = x + (c.a1 * h.d1 + c.a2 * h.d2);
-    const T y = c.b0 * w + (c.b1 * h.d1 + c.b2 * h.d2);
+    x = c.b0 * w + (c.b1 * h.d1 + c.b2 * h.d2);
     h.d2 = h.d1;
     h.d1 = w;
-    return y;
+}
+
+template <typename C, typename T>
+inline T runSection(const BasicSectionCoeffs<C>& c, SectionHistory<T>& h, T x) {
+    runSectionOn(c, h, x);
+    return x;
 }
 
 // Sections 0 .. count-1 in turn, each with its own history.

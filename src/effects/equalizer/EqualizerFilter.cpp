@@ -9,6 +9,8 @@
 #include "dsp/StereoLanes.h"
 #include "effects/common/StereoFrames.h"
 #include "effects/equalizer/EqualizerTables.h"
+#include "effects/equalizer/SectionPipeline.h"
+#include "framework/KernelChoice.h"
 #include "framework/ParamBlock.h"
 
 using paramblock::fieldAt;
@@ -45,7 +47,14 @@ int gainIndex(double gain) {
     return index;
 }
 
-using LaneHistory = dsp::SectionHistory<dsp::StereoLanes>;
+using effects::LaneHistory;
+
+// The selected section of one band.
+dsp::SectionCoeffs bandSection(const double* feedback, const double* feedForward, int band) {
+    const int at = band * kBandStride + c[band];
+    return {feedForward[at], feedForward[at + kSteps], feedForward[at + 2 * kSteps],
+            feedback[at + kSteps], feedback[at + 2 * kSteps]};
+}
 
 // Both channels, in the lanes, through the selected section of each band in
 // turn.
@@ -53,39 +62,76 @@ template <int Sections>
 inline void runBands(const double* feedback, const double* feedForward, LaneHistory* history,
                      double left, double right, double* outLeft, double* outRight) {
     dsp::StereoLanes x = {left, right};
-    for (int band = 0; band < Sections; ++band) {
-        const int at = band * kBandStride + c[band];
-        const dsp::SectionCoeffs k{feedForward[at], feedForward[at + kSteps],
-                                   feedForward[at + 2 * kSteps], feedback[at + kSteps],
-                                   feedback[at + 2 * kSteps]};
-        x = dsp::runSection(k, history[band], x);
-    }
+    for (int band = 0; band < Sections; ++band)
+        x = dsp::runSection(bandSection(feedback, feedForward, band), history[band], x);
     *outLeft = x[0];
     *outRight = x[1];
+}
+
+// Each rate's histories, shared by its per-frame kernel and the filter.
+LaneHistory sHistory44k[kLowRateBands];
+LaneHistory sHistory48k[kLowRateBands];
+LaneHistory sHistory88k[kBands];
+LaneHistory sHistory96k[kBands];
+
+template <int Sections>
+QUORVEX_KERNEL_INLINE void pipelineFrames(const dsp::SectionCoeffs* coeffs, LaneHistory* history,
+                                          const double* x, double* y, int frames) {
+    effects::SectionPipeline<Sections>(coeffs, history).run(x, y, frames);
+}
+
+#ifdef QUORVEX_WIDE_KERNELS
+const bool kWideSections = framework::wideKernelsRun();
+
+template <int Sections>
+QUORVEX_WIDE_TARGET void pipelineFramesWide(const dsp::SectionCoeffs* coeffs, LaneHistory* history,
+                                            const double* x, double* y, int frames) {
+    pipelineFrames<Sections>(coeffs, history, x, y, frames);
+}
+#endif
+
+template <int Sections>
+void pipelineFramesPlain(const dsp::SectionCoeffs* coeffs, LaneHistory* history, const double* x,
+                         double* y, int frames) {
+    pipelineFrames<Sections>(coeffs, history, x, y, frames);
+}
+
+// A block through the selected sections of one rate, in the widest build the
+// processor takes. An unpaired last double passes through.
+template <int Sections>
+void runBlock(const double* feedback, const double* feedForward, LaneHistory* history,
+              const RealAudioBuffer& in, RealAudioBuffer& out) {
+    dsp::SectionCoeffs coeffs[Sections];
+    for (int band = 0; band < Sections; ++band)
+        coeffs[band] = bandSection(feedback, feedForward, band);
+    const int frames = in.length / 2;
+#ifdef QUORVEX_WIDE_KERNELS
+    if (kWideSections)
+        pipelineFramesWide<Sections>(coeffs, history, in.data, out.data, frames);
+    else
+#endif
+        pipelineFramesPlain<Sections>(coeffs, history, in.data, out.data, frames);
+    if (in.length > 2 * frames) out.data[2 * frames] = in.data[2 * frames];
 }
 
 }  // namespace
 
 void equalizer_44k(double left, double right, double* outLeft, double* outRight) {
-    static LaneHistory history[kLowRateBands];
-    runBands<kLowRateBands>(gEQ_Coeff44k_A, gEQ_Coeff44k_B, history, left, right, outLeft,
+    runBands<kLowRateBands>(gEQ_Coeff44k_A, gEQ_Coeff44k_B, sHistory44k, left, right, outLeft,
                             outRight);
 }
 
 void equalizer_48k(double left, double right, double* outLeft, double* outRight) {
-    static LaneHistory history[kLowRateBands];
-    runBands<kLowRateBands>(gEQ_Coeff48k_A, gEQ_Coeff48k_B, history, left, right, outLeft,
+    runBands<kLowRateBands>(gEQ_Coeff48k_A, gEQ_Coeff48k_B, sHistory48k, left, right, outLeft,
                             outRight);
 }
 
 void equalizer_88k(double left, double right, double* outLeft, double* outRight) {
-    static LaneHistory history[kBands];
-    runBands<kBands>(gEQ_Coeff88k_A, gEQ_Coeff88k_B, history, left, right, outLeft, outRight);
+    runBands<kBands>(gEQ_Coeff88k_A, gEQ_Coeff88k_B, sHistory88k, left, right, outLeft, outRight);
 }
 
 void equalizer_96k(double left, double right, double* outLeft, double* outRight) {
-    static LaneHistory history[kBands];
-    runBands<kBands>(gEQ_Coeff96k_A, gEQ_Coeff96k_B, history, left, right, outLeft, outRight);
+    runBands<kBands>(gEQ_Coeff96k_A, gEQ_Coeff96k_B, sHistory96k, left, right, outLeft, outRight);
 }
 
 EqualizerFilter::EqualizerFilter() : params{} {
@@ -124,10 +170,18 @@ int EqualizerFilter::process(const RealAudioBuffer* in, RealAudioBuffer* out) {
         effects::copyFrames(*in, *out);
     } else {
         switch (in->sampleRate) {
-            case 44100: effects::runFrames<equalizer_44k>(*in, *out); break;
-            case 48000: effects::runFrames<equalizer_48k>(*in, *out); break;
-            case 88200: effects::runFrames<equalizer_88k>(*in, *out); break;
-            case 96000: effects::runFrames<equalizer_96k>(*in, *out); break;
+            case 44100:
+                runBlock<kLowRateBands>(gEQ_Coeff44k_A, gEQ_Coeff44k_B, sHistory44k, *in, *out);
+                break;
+            case 48000:
+                runBlock<kLowRateBands>(gEQ_Coeff48k_A, gEQ_Coeff48k_B, sHistory48k, *in, *out);
+                break;
+            case 88200:
+                runBlock<kBands>(gEQ_Coeff88k_A, gEQ_Coeff88k_B, sHistory88k, *in, *out);
+                break;
+            case 96000:
+                runBlock<kBands>(gEQ_Coeff96k_A, gEQ_Coeff96k_B, sHistory96k, *in, *out);
+                break;
             default: effects::copyFrames(*in, *out); break;  // no tables for this rate
         }
     }

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "effects/equalizer/EqualizerTables.h"
+#include "support/BitHash.h"
 #include "support/ParamBlock.h"
 #include "support/RunBlock.h"
 #include "support/Signals.h"
@@ -153,4 +154,53 @@ TEST(EqualizerFilter, BandThreeLiftSharedSectionsAndPassThrough) {
     configure(f, gains({0, 0, 0, 1.0}));
     EXPECT_TRUE(testutil::sameBits(runBlock(f, x, 32000), x));
     testutil::expectCapacityChecked(f, 44100);
+}
+
+// A digest of every output bit of a long stream: blocks of random lengths (0,
+// 1 and odd ones included) at every rate, some in place, through two
+// equalizers whose gains, enabling and resets change in between, with the
+// per-frame kernels run on the same histories now and then.
+TEST(EqualizerFilter, LongStreamKeepsEveryOutputBit) {
+    using Kernel = void (*)(double, double, double*, double*);
+    const Kernel kernels[] = {equalizer_44k, equalizer_48k, equalizer_88k, equalizer_96k};
+    const int rates[] = {44100, 48000, 88200, 96000};
+    testutil::StreamDice dice(14);
+    testutil::BitHash hash;
+    EqualizerFilter filters[2];
+    std::vector<double> x, y;
+    for (int segment = 0; segment < 3000; ++segment) {
+        EqualizerFilter& f = filters[dice.below(2)];
+        if (dice.oneIn(10)) {
+            std::vector<double> g(equalizer_block::kBands);
+            for (double& v : g) v = dice.unit();
+            configure(f, gains(g, dice.oneIn(8) ? 0 : 1));
+        }
+        if (dice.oneIn(16)) f.reset();
+        if (dice.oneIn(12)) {
+            const Kernel kernel = kernels[dice.below(4)];
+            for (int n = dice.below(40); n > 0; --n) {
+                // Drawn one by one: the order of a call's arguments is unspecified.
+                const double inRight = dice.sample();
+                const double inLeft = dice.sample();
+                double left, right;
+                kernel(inLeft, inRight, &left, &right);
+                hash.add(left);
+                hash.add(right);
+            }
+            continue;
+        }
+        const int rate = dice.oneIn(50) ? 32000 : rates[dice.below(4)];
+        const int n = dice.blockDoubles();
+        x.resize(static_cast<size_t>(n));
+        y.assign(static_cast<size_t>(n) + 1, testutil::kSentinel);
+        for (double& v : x) v = dice.sample();
+        const bool inPlace = dice.oneIn(5);
+        RealAudioBuffer in(x.data(), n, n, rate, 24);
+        RealAudioBuffer out(inPlace ? x.data() : y.data(), n, 0, 0, 0);
+        ASSERT_EQ(f.process(&in, &out), 0);
+        ASSERT_EQ(y[static_cast<size_t>(n)], testutil::kSentinel);
+        hash.addCount(out.length);
+        hash.add(out.data, out.length);
+    }
+    EXPECT_EQ(hash.value(), 0xeb477c9204c461e3u) << std::hex << hash.value();
 }
