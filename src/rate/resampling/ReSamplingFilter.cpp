@@ -40,6 +40,9 @@ int64_t s_sptr;
 int s_sptrr;
 int64_t s_eptr;
 int s_eptrr;
+// The last input index that held an infinite or undefined value; the block
+// kernels of ordinary rate pairs run only on windows past it.
+int64_t s_lastNonFinite;
 // Output frames are counted over the whole stream: each block carries the
 // fraction of an output it could not complete (as a numerator over the input
 // rate) to the next, so the window keeps pace with the input.
@@ -89,6 +92,7 @@ void storeFrames(const double* in, int frames) {
         double* slot = s_smpld[(s_iptr + f) & kRingMask];
         slot[0] = in[2 * f];
         slot[1] = in[2 * f + 1];
+        if (!std::isfinite(slot[0]) || !std::isfinite(slot[1])) s_lastNonFinite = s_iptr + f;
     }
     s_iptr += frames;
 }
@@ -227,18 +231,20 @@ QUORVEX_KERNEL_INLINE void addWhere(Quad& acc, const QuadMask& on, const Quad& p
 
 // Ordinary rate pairs: eight outputs walk the frames from the first output's
 // first frame together, each frame's left and right values spread over all
-// lanes. Lane g takes part from step begin[g] to end[g] - 1; the taps of a
-// step lie side by side in one row of s_groupTaps, one table of rows for
-// each phase the group's first output can start at.
+// lanes. Lane g takes part from step begin to end - 1 of the group's walk;
+// the taps of a step lie side by side in one row of s_groupTaps, one table of
+// rows for each phase the group's first output can start at, and the taps of
+// a lane outside its steps are zero.
+//
+// A lane's sum starts at +0 and so never becomes -0, and adding a zero
+// product to anything but -0 leaves it as it was: the steps outside a lane's
+// window change none of its bits as long as every frame is finite.
 constexpr int kGroupOutputs = 8;
 constexpr int kGroupRows = 32768;
 
 struct GroupShape {
-    int row;                // the group's first row in s_groupTaps
-    int steps;              // frames walked: the largest end
-    int allActive;          // the largest begin
-    int someDone;           // the smallest end
-    Quad begin[2], end[2];  // lanes 0-3 and 4-7, as doubles for the lane masks
+    int row;    // the group's first row in s_groupTaps
+    int steps;  // frames walked: the end of the last lane
 };
 
 GroupShape s_groupShape[kMaxPhases];
@@ -255,16 +261,12 @@ bool buildGroup(int phase, int up, int down, int* row) {
     b.lastRemainder = static_cast<int>(2 * s_firodr - phase - b.last * up);
     int begin[kGroupOutputs], end[kGroupOutputs], phases[kGroupOutputs];
     GroupShape& shape = s_groupShape[phase];
-    shape = {*row, 0, 0, INT_MAX, {}, {}};
+    shape = {*row, 0};
     for (int g = 0; g < kGroupOutputs; ++g, advance(b, up, down)) {
         begin[g] = static_cast<int>(b.first);
         end[g] = static_cast<int>(b.last + 1);
         phases[g] = -b.firstRemainder;
         shape.steps = end[g] > shape.steps ? end[g] : shape.steps;
-        shape.allActive = begin[g] > shape.allActive ? begin[g] : shape.allActive;
-        shape.someDone = end[g] < shape.someDone ? end[g] : shape.someDone;
-        shape.begin[g / 4][g % 4] = begin[g];
-        shape.end[g / 4][g % 4] = end[g];
     }
     if (shape.steps > kGroupRows - *row) return false;
     for (int step = 0; step < shape.steps; ++step) {
@@ -287,7 +289,10 @@ void buildGroups(int up, int down) {
     s_groupsBuilt = true;
 }
 
-QUORVEX_KERNEL_INLINE void groupStep(Quad (&acc)[4], const double* taps, const double* frame) {
+// One group's sums: lanes 0-3 and 4-7 of the left values, then of the right.
+using GroupSums = Quad[4];
+
+QUORVEX_KERNEL_INLINE void groupStep(GroupSums& acc, const double* taps, const double* frame) {
     for (int h = 0; h < 2; ++h) {
         Quad t;
         loadQuad(t, taps + 4 * h);
@@ -296,32 +301,36 @@ QUORVEX_KERNEL_INLINE void groupStep(Quad (&acc)[4], const double* taps, const d
     }
 }
 
-QUORVEX_KERNEL_INLINE void groupStepMasked(Quad (&acc)[4], const double* taps, const double* frame,
-                                           const GroupShape& shape, int step) {
-    const double at = step;
-    for (int h = 0; h < 2; ++h) {
-        const QuadMask on = (at >= shape.begin[h]) & (at < shape.end[h]);
-        Quad t;
-        loadQuad(t, taps + 4 * h);
-        addWhere(acc[h], on, t * frame[0]);
-        addWhere(acc[2 + h], on, t * frame[1]);
-    }
+// A group walked on its own from `step`.
+QUORVEX_KERNEL_INLINE void groupSteps(GroupSums& acc, const GroupShape& shape, int step,
+                                      const double* frames) {
+    const double* taps = s_groupTaps[shape.row];
+    for (; step < shape.steps; ++step)
+        groupStep(acc, taps + kGroupOutputs * step, frames + 2 * step);
 }
 
-// `frames` is the group's frame 0 in a run that does not wrap.
-QUORVEX_KERNEL_INLINE void groupSums(const GroupShape& shape, const double* frames, double* out) {
-    Quad acc[4] = {};
-    const double* taps = s_groupTaps[shape.row];
-    const int fullEnd = shape.someDone > shape.allActive ? shape.someDone : shape.allActive;
-    int step = 0;
-    for (; step < shape.allActive; ++step)
-        groupStepMasked(acc, taps + kGroupOutputs * step, frames + 2 * step, shape, step);
-    for (; step < fullEnd; ++step) groupStep(acc, taps + kGroupOutputs * step, frames + 2 * step);
-    for (; step < shape.steps; ++step)
-        groupStepMasked(acc, taps + kGroupOutputs * step, frames + 2 * step, shape, step);
+QUORVEX_KERNEL_INLINE void storeGroup(const GroupSums& acc, double* out) {
     for (int g = 0; g < kGroupOutputs; ++g) {
         out[2 * g] = acc[g / 4][g % 4];
         out[2 * g + 1] = acc[2 + g / 4][g % 4];
+    }
+}
+
+// Two consecutive groups side by side: one group's four sums wait on the
+// latency of each addition, two keep eight in flight. `frames` are each
+// group's frame 0 in a run that does not wrap.
+QUORVEX_KERNEL_INLINE void groupPairSums(const GroupShape (&shape)[2],
+                                         const double* const (&frames)[2], double* out) {
+    GroupSums acc[2] = {};
+    const double* taps[2] = {s_groupTaps[shape[0].row], s_groupTaps[shape[1].row]};
+    const int common = shape[0].steps < shape[1].steps ? shape[0].steps : shape[1].steps;
+    for (int step = 0; step < common; ++step) {
+        for (int k = 0; k < 2; ++k)
+            groupStep(acc[k], taps[k] + kGroupOutputs * step, frames[k] + 2 * step);
+    }
+    for (int k = 0; k < 2; ++k) {
+        groupSteps(acc[k], shape[k], common, frames[k]);
+        storeGroup(acc[k], out + 2 * kGroupOutputs * k);
     }
 }
 
@@ -367,17 +376,38 @@ QUORVEX_KERNEL_INLINE void equalRateSums(const double* taps, const double* frame
 // in a run that does not wrap, moving the window on after each output.
 QUORVEX_KERNEL_INLINE void blockSums(int64_t groups, const double* frames, int64_t from,
                                      double* out) {
-    const bool equalRates = s_isrm == 1 && s_osrm == 1;
-    const int size = equalRates ? kEqualRateOutputs : kGroupOutputs;
-    const double* equalRateTaps = s_phaseTaps + s_phaseOffset[0];
-    for (int64_t g = 0; g < groups; ++g, out += 2 * size) {
-        const double* first = frames + 2 * (s_sptr - from);
-        if (equalRates)
-            equalRateSums(equalRateTaps, first, out);
-        else
-            groupSums(s_groupShape[-s_sptrr], first, out);
-        for (int i = 0; i < size; ++i) advanceWindow();
+    WindowBounds b{s_sptr, s_sptrr, s_eptr, s_eptrr};
+    const auto nextGroup = [&](int size) {
+        const double* first = frames + 2 * (b.first - from);
+        for (int i = 0; i < size; ++i) advance(b, s_isrm, s_osrm);
+        return first;
+    };
+    if (s_isrm == 1 && s_osrm == 1) {
+        const double* taps = s_phaseTaps + s_phaseOffset[0];
+        for (int64_t g = 0; g < groups; ++g, out += 2 * kEqualRateOutputs)
+            equalRateSums(taps, nextGroup(kEqualRateOutputs), out);
+    } else {
+        int64_t g = 0;
+        for (; g + 2 <= groups; g += 2, out += 4 * kGroupOutputs) {
+            GroupShape shape[2];
+            const double* first[2];
+            for (int k = 0; k < 2; ++k) {
+                shape[k] = s_groupShape[-b.firstRemainder];
+                first[k] = nextGroup(kGroupOutputs);
+            }
+            groupPairSums(shape, first, out);
+        }
+        if (g < groups) {
+            GroupSums acc = {};
+            const GroupShape& shape = s_groupShape[-b.firstRemainder];
+            groupSteps(acc, shape, 0, nextGroup(kGroupOutputs));
+            storeGroup(acc, out);
+        }
     }
+    s_sptr = b.first;
+    s_sptrr = b.firstRemainder;
+    s_eptr = b.last;
+    s_eptrr = b.lastRemainder;
 }
 
 // Off for a benchmark's baseline: the sums of at most four outputs at a time.
@@ -413,6 +443,7 @@ const double* framesInOrder(int64_t from, int64_t to) {
 int64_t produceGroups(int64_t frames, double* out) {
     const bool equalRates = s_isrm == 1 && s_osrm == 1;
     if (!kWideSums || !s_blockKernels || !(equalRates || s_groupsBuilt)) return 0;
+    if (!equalRates && s_lastNonFinite >= s_sptr) return 0;
     const int size = equalRates ? kEqualRateOutputs : kGroupOutputs;
     const int64_t groups = frames / size;
     if (groups == 0) return 0;
@@ -487,6 +518,7 @@ int ReSamplingFilterInit(int inRate, int outRate) {
     s_eptr = q0;
     s_eptrr = r0;
     s_outRemainder = 0;
+    s_lastNonFinite = INT64_MIN;
     return 0;
 }
 
