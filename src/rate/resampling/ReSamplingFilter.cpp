@@ -336,46 +336,42 @@ QUORVEX_KERNEL_INLINE void groupPairSums(const GroupShape (&shape)[2],
 
 // Equal rates: every output takes all 8193 taps from its own first frame,
 // one frame after the previous output's, so the left and right values of two
-// neighbouring outputs' frames lie side by side in one vector. Four taps at a
-// time, a vector of frames serves two pairs of outputs two taps apart, which
-// halves the loads; each pair still adds its products tap after tap.
+// neighbouring outputs' frames lie side by side in one vector. Sixteen
+// outputs take each tap in turn; their eight vectors of sums stay in
+// registers and each adds its products tap after tap. The frames come twice,
+// from an even and from an odd first frame, so that no load straddles two
+// cache lines.
 constexpr int kEqualRateOutputs = 16;
 
-QUORVEX_KERNEL_INLINE void equalRateSums(const double* taps, const double* frames, double* out) {
-    constexpr int kPairs = kEqualRateOutputs / 2;
+QUORVEX_KERNEL_INLINE void equalRateTap(Quad (&acc)[kEqualRateOutputs / 2], double h,
+                                        const double* window) {
+    // Left to see that tap j + 2 reads most of tap j's frames again, the
+    // optimiser keeps them in registers and pushes the sums out to memory.
+    __asm__("" : "+r"(window));
+    for (int p = 0; p < kEqualRateOutputs / 2; ++p) {
+        Quad x;
+        loadQuad(x, window + 4 * p);
+        acc[p] += h * x;
+    }
+}
+
+QUORVEX_KERNEL_INLINE void equalRateSums(const double* taps, const double* even, const double* odd,
+                                         double* out) {
     constexpr int kTaps = 2 * s_firodr + 1;
-    Quad acc[kPairs] = {};
+    Quad acc[kEqualRateOutputs / 2] = {};
     int j = 0;
-    for (; j + 4 <= kTaps; j += 4) {
-        Quad even, odd;
-        loadQuad(even, frames + 2 * j);
-        loadQuad(odd, frames + 2 * (j + 1));
-        for (int p = 0; p < kPairs; ++p) {
-            Quad nextEven, nextOdd;
-            loadQuad(nextEven, frames + 2 * (j + 2 * p + 2));
-            loadQuad(nextOdd, frames + 2 * (j + 2 * p + 3));
-            acc[p] += taps[j] * even;
-            acc[p] += taps[j + 1] * odd;
-            acc[p] += taps[j + 2] * nextEven;
-            acc[p] += taps[j + 3] * nextOdd;
-            even = nextEven;
-            odd = nextOdd;
-        }
+    for (; j + 2 <= kTaps; j += 2) {
+        equalRateTap(acc, taps[j], even + 2 * j);
+        equalRateTap(acc, taps[j + 1], odd + 2 * j);
     }
-    for (; j < kTaps; ++j) {
-        for (int p = 0; p < kPairs; ++p) {
-            Quad x;
-            loadQuad(x, frames + 2 * (j + 2 * p));
-            acc[p] += taps[j] * x;
-        }
-    }
+    equalRateTap(acc, taps[j], even + 2 * j);
     std::memcpy(out, acc, sizeof acc);
 }
 
 // Runs `groups` groups of outputs from `frames`, frame `from` of the stream
 // in a run that does not wrap, moving the window on after each output.
-QUORVEX_KERNEL_INLINE void blockSums(int64_t groups, const double* frames, int64_t from,
-                                     double* out) {
+QUORVEX_KERNEL_INLINE void blockSums(int64_t groups, const double* frames, const double* odd,
+                                     int64_t from, double* out) {
     WindowBounds b{s_sptr, s_sptrr, s_eptr, s_eptrr};
     const auto nextGroup = [&](int size) {
         const double* first = frames + 2 * (b.first - from);
@@ -384,8 +380,10 @@ QUORVEX_KERNEL_INLINE void blockSums(int64_t groups, const double* frames, int64
     };
     if (s_isrm == 1 && s_osrm == 1) {
         const double* taps = s_phaseTaps + s_phaseOffset[0];
-        for (int64_t g = 0; g < groups; ++g, out += 2 * kEqualRateOutputs)
-            equalRateSums(taps, nextGroup(kEqualRateOutputs), out);
+        for (int64_t g = 0; g < groups; ++g, out += 2 * kEqualRateOutputs) {
+            const int64_t offset = nextGroup(kEqualRateOutputs) - frames;
+            equalRateSums(taps, frames + offset, odd + offset, out);
+        }
     } else {
         int64_t g = 0;
         for (; g + 2 <= groups; g += 2, out += 4 * kGroupOutputs) {
@@ -419,23 +417,31 @@ bool s_blockKernels = true;
 // than the 128-bit sums, which give the same bits.
 const bool kWideSums = framework::wideKernelsRun();
 
-QUORVEX_WIDE_TARGET void blockSumsWide(int64_t groups, const double* frames, int64_t from,
-                                       double* out) {
-    blockSums(groups, frames, from, out);
+QUORVEX_WIDE_TARGET void blockSumsWide(int64_t groups, const double* frames, const double* odd,
+                                       int64_t from, double* out) {
+    blockSums(groups, frames, odd, from, out);
+}
+
+// Copies `count` ring frames from `from` on, in order.
+void copyFrames(int64_t from, int64_t count, double (*to)[2]) {
+    const int64_t start = from & kRingMask;
+    const int64_t head = start + count <= kRingFrames ? count : kRingFrames - start;
+    std::memcpy(to, s_smpld[start], sizeof s_smpld[0] * head);
+    std::memcpy(to[head], s_smpld[0], sizeof s_smpld[0] * (count - head));
 }
 
 // The ring frames `from` .. `to` as one run: straight from the ring, or copied
 // out in order where they wrap around its end. Null when they are too many.
 alignas(32) double s_windowCopy[kMaxBlockFrames + 2 * s_firodr + 4][2];
+// The same run from its second frame on, for the equal-rate sums.
+alignas(32) double s_oddCopy[kMaxBlockFrames + 2 * s_firodr + 4][2];
+constexpr int64_t kCopyFrames = sizeof s_windowCopy / sizeof s_windowCopy[0];
 
-const double* framesInOrder(int64_t from, int64_t to) {
-    const int64_t start = from & kRingMask;
+const double* framesInOrder(int64_t from, int64_t to, bool aligned) {
     const int64_t count = to - from + 1;
-    if (start + count <= kRingFrames) return s_smpld[start];
-    if (count > static_cast<int64_t>(sizeof s_windowCopy / sizeof s_windowCopy[0])) return nullptr;
-    const int64_t head = kRingFrames - start;
-    std::memcpy(s_windowCopy, s_smpld[start], sizeof s_smpld[0] * head);
-    std::memcpy(s_windowCopy[head], s_smpld[0], sizeof s_smpld[0] * (count - head));
+    if (!aligned && (from & kRingMask) + count <= kRingFrames) return s_smpld[from & kRingMask];
+    if (count > kCopyFrames) return nullptr;
+    copyFrames(from, count, s_windowCopy);
     return s_windowCopy[0];
 }
 
@@ -450,9 +456,10 @@ int64_t produceGroups(int64_t frames, double* out) {
     // The last output's centre, and the last frame its window reaches.
     const int64_t centre = s_sptr * s_isrm + s_sptrr + s_firodr + (groups * size - 1) * s_osrm;
     const int64_t last = floorDiv(centre + s_firodr, s_isrm);
-    const double* run = framesInOrder(s_sptr, last);
+    const double* run = framesInOrder(s_sptr, last, equalRates);
     if (run == nullptr) return 0;
-    blockSumsWide(groups, run, s_sptr, out);
+    if (equalRates) copyFrames(s_sptr + 1, last - s_sptr, s_oddCopy);
+    blockSumsWide(groups, run, s_oddCopy[0], s_sptr, out);
     return groups * size;
 }
 #endif
