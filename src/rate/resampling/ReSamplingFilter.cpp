@@ -216,18 +216,10 @@ void advanceWindow() {
 // of 256-bit vectors; each lane does one output's multiplications and
 // additions in ascending input order, exactly as the sums above.
 typedef double Quad __attribute__((vector_size(32)));
-typedef long long QuadMask __attribute__((vector_size(32)));
 
 // Vectors pass by reference: the plain build has no 256-bit registers to
 // pass them in.
 QUORVEX_KERNEL_INLINE void loadQuad(Quad& v, const double* p) { std::memcpy(&v, p, sizeof v); }
-
-// Adds `product` to the lanes of `acc` that `on` selects, leaving the others
-// exactly as they are.
-QUORVEX_KERNEL_INLINE void addWhere(Quad& acc, const QuadMask& on, const Quad& product) {
-    const Quad sum = acc + product;
-    acc = (Quad)(((QuadMask)sum & on) | ((QuadMask)acc & ~on));
-}
 
 // Ordinary rate pairs: eight outputs walk the frames from the first output's
 // first frame together, each frame's left and right values spread over all
