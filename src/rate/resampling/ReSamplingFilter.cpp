@@ -40,6 +40,9 @@ int64_t s_sptr;
 int s_sptrr;
 int64_t s_eptr;
 int s_eptrr;
+// The last input index that held an infinite or undefined value; the block
+// kernels of ordinary rate pairs run only on windows past it.
+int64_t s_lastNonFinite;
 // Output frames are counted over the whole stream: each block carries the
 // fraction of an output it could not complete (as a numerator over the input
 // rate) to the next, so the window keeps pace with the input.
@@ -89,6 +92,7 @@ void storeFrames(const double* in, int frames) {
         double* slot = s_smpld[(s_iptr + f) & kRingMask];
         slot[0] = in[2 * f];
         slot[1] = in[2 * f + 1];
+        if (!std::isfinite(slot[0]) || !std::isfinite(slot[1])) s_lastNonFinite = s_iptr + f;
     }
     s_iptr += frames;
 }
@@ -212,33 +216,27 @@ void advanceWindow() {
 // of 256-bit vectors; each lane does one output's multiplications and
 // additions in ascending input order, exactly as the sums above.
 typedef double Quad __attribute__((vector_size(32)));
-typedef long long QuadMask __attribute__((vector_size(32)));
 
 // Vectors pass by reference: the plain build has no 256-bit registers to
 // pass them in.
 QUORVEX_KERNEL_INLINE void loadQuad(Quad& v, const double* p) { std::memcpy(&v, p, sizeof v); }
 
-// Adds `product` to the lanes of `acc` that `on` selects, leaving the others
-// exactly as they are.
-QUORVEX_KERNEL_INLINE void addWhere(Quad& acc, const QuadMask& on, const Quad& product) {
-    const Quad sum = acc + product;
-    acc = (Quad)(((QuadMask)sum & on) | ((QuadMask)acc & ~on));
-}
-
 // Ordinary rate pairs: eight outputs walk the frames from the first output's
 // first frame together, each frame's left and right values spread over all
-// lanes. Lane g takes part from step begin[g] to end[g] - 1; the taps of a
-// step lie side by side in one row of s_groupTaps, one table of rows for
-// each phase the group's first output can start at.
+// lanes. Lane g takes part from step begin to end - 1 of the group's walk;
+// the taps of a step lie side by side in one row of s_groupTaps, one table of
+// rows for each phase the group's first output can start at, and the taps of
+// a lane outside its steps are zero.
+//
+// A lane's sum starts at +0 and so never becomes -0, and adding a zero
+// product to anything but -0 leaves it as it was: the steps outside a lane's
+// window change none of its bits as long as every frame is finite.
 constexpr int kGroupOutputs = 8;
 constexpr int kGroupRows = 32768;
 
 struct GroupShape {
-    int row;                // the group's first row in s_groupTaps
-    int steps;              // frames walked: the largest end
-    int allActive;          // the largest begin
-    int someDone;           // the smallest end
-    Quad begin[2], end[2];  // lanes 0-3 and 4-7, as doubles for the lane masks
+    int row;    // the group's first row in s_groupTaps
+    int steps;  // frames walked: the end of the last lane
 };
 
 GroupShape s_groupShape[kMaxPhases];
@@ -255,16 +253,12 @@ bool buildGroup(int phase, int up, int down, int* row) {
     b.lastRemainder = static_cast<int>(2 * s_firodr - phase - b.last * up);
     int begin[kGroupOutputs], end[kGroupOutputs], phases[kGroupOutputs];
     GroupShape& shape = s_groupShape[phase];
-    shape = {*row, 0, 0, INT_MAX, {}, {}};
+    shape = {*row, 0};
     for (int g = 0; g < kGroupOutputs; ++g, advance(b, up, down)) {
         begin[g] = static_cast<int>(b.first);
         end[g] = static_cast<int>(b.last + 1);
         phases[g] = -b.firstRemainder;
         shape.steps = end[g] > shape.steps ? end[g] : shape.steps;
-        shape.allActive = begin[g] > shape.allActive ? begin[g] : shape.allActive;
-        shape.someDone = end[g] < shape.someDone ? end[g] : shape.someDone;
-        shape.begin[g / 4][g % 4] = begin[g];
-        shape.end[g / 4][g % 4] = end[g];
     }
     if (shape.steps > kGroupRows - *row) return false;
     for (int step = 0; step < shape.steps; ++step) {
@@ -287,7 +281,10 @@ void buildGroups(int up, int down) {
     s_groupsBuilt = true;
 }
 
-QUORVEX_KERNEL_INLINE void groupStep(Quad (&acc)[4], const double* taps, const double* frame) {
+// One group's sums: lanes 0-3 and 4-7 of the left values, then of the right.
+using GroupSums = Quad[4];
+
+QUORVEX_KERNEL_INLINE void groupStep(GroupSums& acc, const double* taps, const double* frame) {
     for (int h = 0; h < 2; ++h) {
         Quad t;
         loadQuad(t, taps + 4 * h);
@@ -296,88 +293,111 @@ QUORVEX_KERNEL_INLINE void groupStep(Quad (&acc)[4], const double* taps, const d
     }
 }
 
-QUORVEX_KERNEL_INLINE void groupStepMasked(Quad (&acc)[4], const double* taps, const double* frame,
-                                           const GroupShape& shape, int step) {
-    const double at = step;
-    for (int h = 0; h < 2; ++h) {
-        const QuadMask on = (at >= shape.begin[h]) & (at < shape.end[h]);
-        Quad t;
-        loadQuad(t, taps + 4 * h);
-        addWhere(acc[h], on, t * frame[0]);
-        addWhere(acc[2 + h], on, t * frame[1]);
-    }
+// A group walked on its own from `step`.
+QUORVEX_KERNEL_INLINE void groupSteps(GroupSums& acc, const GroupShape& shape, int step,
+                                      const double* frames) {
+    const double* taps = s_groupTaps[shape.row];
+    for (; step < shape.steps; ++step)
+        groupStep(acc, taps + kGroupOutputs * step, frames + 2 * step);
 }
 
-// `frames` is the group's frame 0 in a run that does not wrap.
-QUORVEX_KERNEL_INLINE void groupSums(const GroupShape& shape, const double* frames, double* out) {
-    Quad acc[4] = {};
-    const double* taps = s_groupTaps[shape.row];
-    const int fullEnd = shape.someDone > shape.allActive ? shape.someDone : shape.allActive;
-    int step = 0;
-    for (; step < shape.allActive; ++step)
-        groupStepMasked(acc, taps + kGroupOutputs * step, frames + 2 * step, shape, step);
-    for (; step < fullEnd; ++step) groupStep(acc, taps + kGroupOutputs * step, frames + 2 * step);
-    for (; step < shape.steps; ++step)
-        groupStepMasked(acc, taps + kGroupOutputs * step, frames + 2 * step, shape, step);
+QUORVEX_KERNEL_INLINE void storeGroup(const GroupSums& acc, double* out) {
     for (int g = 0; g < kGroupOutputs; ++g) {
         out[2 * g] = acc[g / 4][g % 4];
         out[2 * g + 1] = acc[2 + g / 4][g % 4];
     }
 }
 
+// Two consecutive groups side by side: one group's four sums wait on the
+// latency of each addition, two keep eight in flight. `frames` are each
+// group's frame 0 in a run that does not wrap.
+QUORVEX_KERNEL_INLINE void groupPairSums(const GroupShape (&shape)[2],
+                                         const double* const (&frames)[2], double* out) {
+    GroupSums acc[2] = {};
+    const double* taps[2] = {s_groupTaps[shape[0].row], s_groupTaps[shape[1].row]};
+    const int common = shape[0].steps < shape[1].steps ? shape[0].steps : shape[1].steps;
+    for (int step = 0; step < common; ++step) {
+        for (int k = 0; k < 2; ++k)
+            groupStep(acc[k], taps[k] + kGroupOutputs * step, frames[k] + 2 * step);
+    }
+    for (int k = 0; k < 2; ++k) {
+        groupSteps(acc[k], shape[k], common, frames[k]);
+        storeGroup(acc[k], out + 2 * kGroupOutputs * k);
+    }
+}
+
 // Equal rates: every output takes all 8193 taps from its own first frame,
 // one frame after the previous output's, so the left and right values of two
-// neighbouring outputs' frames lie side by side in one vector. Four taps at a
-// time, a vector of frames serves two pairs of outputs two taps apart, which
-// halves the loads; each pair still adds its products tap after tap.
+// neighbouring outputs' frames lie side by side in one vector. Sixteen
+// outputs take each tap in turn; their eight vectors of sums stay in
+// registers and each adds its products tap after tap. The frames come twice,
+// from an even and from an odd first frame, so that no load straddles two
+// cache lines.
 constexpr int kEqualRateOutputs = 16;
 
-QUORVEX_KERNEL_INLINE void equalRateSums(const double* taps, const double* frames, double* out) {
-    constexpr int kPairs = kEqualRateOutputs / 2;
+QUORVEX_KERNEL_INLINE void equalRateTap(Quad (&acc)[kEqualRateOutputs / 2], double h,
+                                        const double* window) {
+    // Left to see that tap j + 2 reads most of tap j's frames again, the
+    // optimiser keeps them in registers and pushes the sums out to memory.
+    __asm__("" : "+r"(window));
+    for (int p = 0; p < kEqualRateOutputs / 2; ++p) {
+        Quad x;
+        loadQuad(x, window + 4 * p);
+        acc[p] += h * x;
+    }
+}
+
+QUORVEX_KERNEL_INLINE void equalRateSums(const double* taps, const double* even, const double* odd,
+                                         double* out) {
     constexpr int kTaps = 2 * s_firodr + 1;
-    Quad acc[kPairs] = {};
+    Quad acc[kEqualRateOutputs / 2] = {};
     int j = 0;
-    for (; j + 4 <= kTaps; j += 4) {
-        Quad even, odd;
-        loadQuad(even, frames + 2 * j);
-        loadQuad(odd, frames + 2 * (j + 1));
-        for (int p = 0; p < kPairs; ++p) {
-            Quad nextEven, nextOdd;
-            loadQuad(nextEven, frames + 2 * (j + 2 * p + 2));
-            loadQuad(nextOdd, frames + 2 * (j + 2 * p + 3));
-            acc[p] += taps[j] * even;
-            acc[p] += taps[j + 1] * odd;
-            acc[p] += taps[j + 2] * nextEven;
-            acc[p] += taps[j + 3] * nextOdd;
-            even = nextEven;
-            odd = nextOdd;
-        }
+    for (; j + 2 <= kTaps; j += 2) {
+        equalRateTap(acc, taps[j], even + 2 * j);
+        equalRateTap(acc, taps[j + 1], odd + 2 * j);
     }
-    for (; j < kTaps; ++j) {
-        for (int p = 0; p < kPairs; ++p) {
-            Quad x;
-            loadQuad(x, frames + 2 * (j + 2 * p));
-            acc[p] += taps[j] * x;
-        }
-    }
+    equalRateTap(acc, taps[j], even + 2 * j);
     std::memcpy(out, acc, sizeof acc);
 }
 
 // Runs `groups` groups of outputs from `frames`, frame `from` of the stream
 // in a run that does not wrap, moving the window on after each output.
-QUORVEX_KERNEL_INLINE void blockSums(int64_t groups, const double* frames, int64_t from,
-                                     double* out) {
-    const bool equalRates = s_isrm == 1 && s_osrm == 1;
-    const int size = equalRates ? kEqualRateOutputs : kGroupOutputs;
-    const double* equalRateTaps = s_phaseTaps + s_phaseOffset[0];
-    for (int64_t g = 0; g < groups; ++g, out += 2 * size) {
-        const double* first = frames + 2 * (s_sptr - from);
-        if (equalRates)
-            equalRateSums(equalRateTaps, first, out);
-        else
-            groupSums(s_groupShape[-s_sptrr], first, out);
-        for (int i = 0; i < size; ++i) advanceWindow();
+QUORVEX_KERNEL_INLINE void blockSums(int64_t groups, const double* frames, const double* odd,
+                                     int64_t from, double* out) {
+    WindowBounds b{s_sptr, s_sptrr, s_eptr, s_eptrr};
+    const auto nextGroup = [&](int size) {
+        const double* first = frames + 2 * (b.first - from);
+        for (int i = 0; i < size; ++i) advance(b, s_isrm, s_osrm);
+        return first;
+    };
+    if (s_isrm == 1 && s_osrm == 1) {
+        const double* taps = s_phaseTaps + s_phaseOffset[0];
+        for (int64_t g = 0; g < groups; ++g, out += 2 * kEqualRateOutputs) {
+            const int64_t offset = nextGroup(kEqualRateOutputs) - frames;
+            equalRateSums(taps, frames + offset, odd + offset, out);
+        }
+    } else {
+        int64_t g = 0;
+        for (; g + 2 <= groups; g += 2, out += 4 * kGroupOutputs) {
+            GroupShape shape[2];
+            const double* first[2];
+            for (int k = 0; k < 2; ++k) {
+                shape[k] = s_groupShape[-b.firstRemainder];
+                first[k] = nextGroup(kGroupOutputs);
+            }
+            groupPairSums(shape, first, out);
+        }
+        if (g < groups) {
+            GroupSums acc = {};
+            const GroupShape& shape = s_groupShape[-b.firstRemainder];
+            groupSteps(acc, shape, 0, nextGroup(kGroupOutputs));
+            storeGroup(acc, out);
+        }
     }
+    s_sptr = b.first;
+    s_sptrr = b.firstRemainder;
+    s_eptr = b.last;
+    s_eptrr = b.lastRemainder;
 }
 
 // Off for a benchmark's baseline: the sums of at most four outputs at a time.
@@ -389,23 +409,31 @@ bool s_blockKernels = true;
 // than the 128-bit sums, which give the same bits.
 const bool kWideSums = framework::wideKernelsRun();
 
-QUORVEX_WIDE_TARGET void blockSumsWide(int64_t groups, const double* frames, int64_t from,
-                                       double* out) {
-    blockSums(groups, frames, from, out);
+QUORVEX_WIDE_TARGET void blockSumsWide(int64_t groups, const double* frames, const double* odd,
+                                       int64_t from, double* out) {
+    blockSums(groups, frames, odd, from, out);
+}
+
+// Copies `count` ring frames from `from` on, in order.
+void copyFrames(int64_t from, int64_t count, double (*to)[2]) {
+    const int64_t start = from & kRingMask;
+    const int64_t head = start + count <= kRingFrames ? count : kRingFrames - start;
+    std::memcpy(to, s_smpld[start], sizeof s_smpld[0] * head);
+    std::memcpy(to[head], s_smpld[0], sizeof s_smpld[0] * (count - head));
 }
 
 // The ring frames `from` .. `to` as one run: straight from the ring, or copied
 // out in order where they wrap around its end. Null when they are too many.
 alignas(32) double s_windowCopy[kMaxBlockFrames + 2 * s_firodr + 4][2];
+// The same run from its second frame on, for the equal-rate sums.
+alignas(32) double s_oddCopy[kMaxBlockFrames + 2 * s_firodr + 4][2];
+constexpr int64_t kCopyFrames = sizeof s_windowCopy / sizeof s_windowCopy[0];
 
-const double* framesInOrder(int64_t from, int64_t to) {
-    const int64_t start = from & kRingMask;
+const double* framesInOrder(int64_t from, int64_t to, bool aligned) {
     const int64_t count = to - from + 1;
-    if (start + count <= kRingFrames) return s_smpld[start];
-    if (count > static_cast<int64_t>(sizeof s_windowCopy / sizeof s_windowCopy[0])) return nullptr;
-    const int64_t head = kRingFrames - start;
-    std::memcpy(s_windowCopy, s_smpld[start], sizeof s_smpld[0] * head);
-    std::memcpy(s_windowCopy[head], s_smpld[0], sizeof s_smpld[0] * (count - head));
+    if (!aligned && (from & kRingMask) + count <= kRingFrames) return s_smpld[from & kRingMask];
+    if (count > kCopyFrames) return nullptr;
+    copyFrames(from, count, s_windowCopy);
     return s_windowCopy[0];
 }
 
@@ -413,15 +441,17 @@ const double* framesInOrder(int64_t from, int64_t to) {
 int64_t produceGroups(int64_t frames, double* out) {
     const bool equalRates = s_isrm == 1 && s_osrm == 1;
     if (!kWideSums || !s_blockKernels || !(equalRates || s_groupsBuilt)) return 0;
+    if (!equalRates && s_lastNonFinite >= s_sptr) return 0;
     const int size = equalRates ? kEqualRateOutputs : kGroupOutputs;
     const int64_t groups = frames / size;
     if (groups == 0) return 0;
     // The last output's centre, and the last frame its window reaches.
     const int64_t centre = s_sptr * s_isrm + s_sptrr + s_firodr + (groups * size - 1) * s_osrm;
     const int64_t last = floorDiv(centre + s_firodr, s_isrm);
-    const double* run = framesInOrder(s_sptr, last);
+    const double* run = framesInOrder(s_sptr, last, equalRates);
     if (run == nullptr) return 0;
-    blockSumsWide(groups, run, s_sptr, out);
+    if (equalRates) copyFrames(s_sptr + 1, last - s_sptr, s_oddCopy);
+    blockSumsWide(groups, run, s_oddCopy[0], s_sptr, out);
     return groups * size;
 }
 #endif
@@ -487,6 +517,7 @@ int ReSamplingFilterInit(int inRate, int outRate) {
     s_eptr = q0;
     s_eptrr = r0;
     s_outRemainder = 0;
+    s_lastNonFinite = INT64_MIN;
     return 0;
 }
 

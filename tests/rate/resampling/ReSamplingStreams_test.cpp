@@ -2,9 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 #include <vector>
+
+#include "rate/resampling/ReSamplingState.h"
 
 namespace {
 
@@ -98,5 +103,46 @@ TEST(ReSamplingStreams, EveryOutputBitOfLongStreams) {
         const uint64_t got = streamHash(s, seed++);
         EXPECT_EQ(got, s.hash) << s.inRates.front() << " -> " << s.outRate << std::hex << " got 0x"
                                << got;
+    }
+}
+
+namespace {
+
+// The outputs of blocks of a signal with one infinite and one undefined
+// value, through the block kernels or through the four-at-a-time sums.
+std::vector<double> outputsAroundNonFinite(int inRate, int outRate, bool blockKernels) {
+    ReSamplingFilterUseBlockKernels(blockKernels);
+    ReSamplingFilter filter(inRate, 16, outRate, 24);
+    SplitMix64 rng{7};
+    std::vector<double> all;
+    std::vector<double> in(2 * 4096), out(2 * 4096 * outRate / inRate + 4);
+    for (int block = 0; block < 6; ++block) {
+        for (double& v : in) v = rng.signal();
+        if (block == 1) in[2 * 1000] = INFINITY;
+        if (block == 3) in[2 * 3000 + 1] = NAN;
+        RealAudioBuffer inBuffer(in.data(), static_cast<int>(in.size()),
+                                 static_cast<int>(in.size()), inRate, 16);
+        RealAudioBuffer outBuffer(out.data(), static_cast<int>(out.size()), 0, 0, 0);
+        EXPECT_EQ(filter.process(&inBuffer, &outBuffer), 0);
+        all.insert(all.end(), out.begin(), out.begin() + outBuffer.length);
+    }
+    ReSamplingFilterUseBlockKernels(true);
+    return all;
+}
+
+}  // namespace
+
+// A value that is not finite spoils only the outputs whose windows reach it,
+// whichever kernel runs.
+TEST(ReSamplingStreams, NonFiniteInputSpoilsOnlyItsWindows) {
+    for (auto rates : {std::pair<int, int>{44100, 48000}, {48000, 44100}, {48000, 48000}}) {
+        const std::vector<double> fast = outputsAroundNonFinite(rates.first, rates.second, true);
+        const std::vector<double> plain = outputsAroundNonFinite(rates.first, rates.second, false);
+        ASSERT_EQ(fast.size(), plain.size());
+        EXPECT_EQ(std::memcmp(fast.data(), plain.data(), sizeof(double) * fast.size()), 0)
+            << rates.first << " -> " << rates.second;
+        const auto finite =
+            std::count_if(fast.begin(), fast.end(), [](double v) { return std::isfinite(v); });
+        EXPECT_GT(finite, static_cast<long>(fast.size() / 2));
     }
 }
