@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstddef>
+#include <initializer_list>
 
 #include "dsp/Section.h"
 #include "framework/KernelChoice.h"
@@ -28,6 +29,10 @@ constexpr int kDecAMTaps = 17;
 constexpr int kDecAMCentre = 8;
 double sDecAM_ul[kDecAMTaps];
 double sDecAM_ur[kDecAMTaps];
+
+// The high-pass line in front of the envelope detector, shared by every
+// enhancer kernel.
+double sVelmohpf2_d[2 * 33];
 
 // Section states and the high-pass line are never cleared: they run from load
 // to exit.
@@ -182,6 +187,28 @@ bool VelmoWideLines() {
 #endif
 }
 
+void VelmoVisitHistory(void (*visit)(const double* values, int count)) {
+    const auto line = [visit](const auto& values) {
+        visit(values, static_cast<int>(sizeof values / sizeof values[0]));
+    };
+    line(sOff_hf_d);
+    line(sVelmoCDlf_d);
+    line(sVelmoCDhf32_d);
+    line(sVelmoCDhf128_d);
+    line(sVelmoMP3lf_d);
+    line(sVelmoMP3hf32_d);
+    line(sVelmoMP3hf128_d);
+    line(sDecAM_ul);
+    line(sDecAM_ur);
+    line(sVelmohpf2_d);
+    for (const BiquadState* s :
+         {&sCDlpf2, &sMP3lpf2, &sFine44K24, &sFine44K16, &sSuper44K24, &sSuper44K16, &sFine48K24,
+          &sFine48K16, &sSuper48K24, &sSuper48K16}) {
+        const double values[] = {s->left.d1, s->left.d2, s->right.d1, s->right.d2};
+        visit(values, 4);
+    }
+}
+
 void VelmoInit() {
     clear(sOff_hf_d);
     clear(sDecAM_ul);
@@ -225,8 +252,7 @@ VelmoInstants VelmoMP3hf128(const VelmoInstants& in) {
 }
 
 VelmoInstants Velmohpf2(const VelmoInstants& in) {
-    static double d[2 * 33];
-    return runTwoSteps(sVelmohpf2, d, in);
+    return runTwoSteps(sVelmohpf2, sVelmohpf2_d, in);
 }
 
 VelmoInstants dec_am(const VelmoInstants& in) {

@@ -43,6 +43,11 @@ VelmoInstants Velmohpf2(const VelmoInstants& in);
 // the input|.
 VelmoInstants dec_am(const VelmoInstants& in);
 
+// Hands every array of the enhancer's process-wide history to `visit`, in a
+// fixed order: the FIR lines, the envelope history, the high-pass line, then
+// each section's four doubles. Lets a test fingerprint the state a run leaves.
+void VelmoVisitHistory(void (*visit)(const double* values, int count));
+
 // Whether the FIR lines run their 256-bit build: where the processor has it
 // and the plain kernels were not asked for.
 bool VelmoWideLines();
