@@ -8,14 +8,14 @@
 
 #include "dsp/Section.h"
 #include "framework/KernelChoice.h"
+#include "rate/velmo/VelmoState.h"
 #include "rate/velmo/VelmoTables.h"
 
 // The passes over the delay lines are built a second time for 256-bit
 // vectors where the compiler can (runTwoSteps, runHeldSteps).
 
-namespace {
+namespace velmo_state {
 
-// FIR delay lines, two channels each; VelmoInit clears them.
 double sOff_hf_d[2 * 65];
 double sVelmoCDlf_d[2 * 33];
 double sVelmoCDhf32_d[2 * 33];
@@ -23,25 +23,19 @@ double sVelmoCDhf128_d[2 * 129];
 double sVelmoMP3lf_d[2 * 33];
 double sVelmoMP3hf32_d[2 * 33];
 double sVelmoMP3hf128_d[2 * 129];
-
-// The last 17 inputs of the envelope detector, newest first; VelmoInit clears them.
-constexpr int kDecAMTaps = 17;
-constexpr int kDecAMCentre = 8;
 double sDecAM_ul[kDecAMTaps];
 double sDecAM_ur[kDecAMTaps];
-
-// The high-pass line in front of the envelope detector, shared by every
-// enhancer kernel.
 double sVelmohpf2_d[2 * 33];
-
-// Section states and the high-pass line are never cleared: they run from load
-// to exit.
-struct BiquadState {
-    dsp::SectionHistory<double> left, right;
-};
-
 BiquadState sCDlpf2;
 BiquadState sMP3lpf2;
+
+}  // namespace velmo_state
+
+using namespace velmo_state;
+
+namespace {
+
+// The pre-emphasis sections' states.
 BiquadState sFine44K24;
 BiquadState sFine44K16;
 BiquadState sSuper44K24;
