@@ -111,22 +111,17 @@ QUORVEX_KERNEL_INLINE void materialise(const std::array<double, N>& h, const dou
     }
 }
 
-// One FIR line over a block, in chunks. Until it has seen N - 1 of the block's
-// inputs it steps the transposed line, whose partial sums carry the inputs
-// from before the block; from then on each output is summed directly from the
-// inputs kept here, and the line is rebuilt from the last N of them at the
-// block's end.
+// One FIR line over blocks, in chunks. Until it has seen N - 1 inputs since
+// the line was last current it steps the transposed line, whose partial sums
+// carry the older inputs; from then on each output is summed directly from
+// the inputs kept here, across blocks, and the line is rebuilt from the last
+// N of them only when a per-frame call or a reset needs it (settle).
 template <std::size_t N>
 struct BlockLine {
     constexpr BlockLine(const std::array<double, N>& table, double* transposed)
         : h(table), line(transposed) {}
 
     double* input(int channel) { return history[channel] + N; }
-
-    void begin() {
-        known = 0;
-        behind = false;
-    }
 
     QUORVEX_KERNEL_INLINE void run(int count, double* yL, double* yR) {
         int i = 0;
@@ -142,28 +137,33 @@ struct BlockLine {
         for (double* past : history) std::memmove(past, past + count, N * sizeof(double));
     }
 
-    QUORVEX_KERNEL_INLINE void finish() {
+    // Brings the line up to date; the next block starts from it again.
+    QUORVEX_KERNEL_INLINE void settle() {
+        known = 0;
         if (!behind) return;
         materialise(h, history[0], line);
         materialise(h, history[1], line + N);
+        behind = false;
     }
 
     const std::array<double, N>& h;
     double* line;
     // Per channel the N inputs before the chunk, oldest first, then the chunk's.
     double history[2][N + kChunkSamples] = {};
-    int known = 0;        // the block's inputs so far, counted up to N - 1
+    int known = 0;        // inputs run since the line was last current, counted up to N - 1
     bool behind = false;  // whether the line still lacks the direct outputs' inputs
 };
 
-// The envelope detector over a block: its history is a plain input history,
-// unpacked at the block's start and packed back at its end.
+// The envelope detector over blocks: its history is a plain input history,
+// unpacked for the first block and packed back when settled.
 struct BlockEnvelope {
     static constexpr int kPast = kDecAMTaps - 1;
 
     double* input(int channel) { return history[channel] + kPast; }
 
     void begin() {
+        if (unpacked) return;
+        unpacked = true;
         for (int k = 1; k <= kPast; ++k) {
             history[0][kPast - k] = sDecAM_ul[k];
             history[1][kPast - k] = sDecAM_ur[k];
@@ -176,7 +176,9 @@ struct BlockEnvelope {
         for (double* past : history) std::memmove(past, past + count, kPast * sizeof(double));
     }
 
-    void finish() {
+    void settle() {
+        if (!unpacked) return;
+        unpacked = false;
         for (int k = 1; k <= kPast; ++k) {
             sDecAM_ul[k] = history[0][kPast - k];
             sDecAM_ur[k] = history[1][kPast - k];
@@ -218,6 +220,7 @@ struct BlockEnvelope {
     }
 
     double history[2][kPast + kChunkSamples] = {};
+    bool unpacked = false;  // whether the inputs here are newer than the detector's history
 };
 
 BlockLine<65> sOff(sOff_hf, sOff_hf_d);
@@ -282,8 +285,8 @@ QUORVEX_KERNEL_INLINE void enhanceChunk(BlockLine<33>& low, BlockLine<NH>& high,
 }
 
 template <std::size_t N>
-QUORVEX_KERNEL_INLINE void finishLine(BlockLine<N>& line) {
-    line.finish();
+QUORVEX_KERNEL_INLINE void settleLine(BlockLine<N>& line) {
+    line.settle();
 }
 
 // Every pass in a plain build and, where the compiler can, a 256-bit one.
@@ -300,8 +303,8 @@ void enhanceChunkPlain(BlockLine<33>& low, BlockLine<NH>& high, VelmoStereoStep 
 }
 
 template <std::size_t N>
-void finishLinePlain(BlockLine<N>& line) {
-    finishLine(line);
+void settleLinePlain(BlockLine<N>& line) {
+    settleLine(line);
 }
 
 #ifdef QUORVEX_WIDE_KERNELS
@@ -317,26 +320,27 @@ QUORVEX_WIDE_TARGET void enhanceChunkWide(BlockLine<33>& low, BlockLine<NH>& hig
 }
 
 template <std::size_t N>
-QUORVEX_WIDE_TARGET void finishLineWide(BlockLine<N>& line) {
-    finishLine(line);
+QUORVEX_WIDE_TARGET void settleLineWide(BlockLine<N>& line) {
+    settleLine(line);
 }
 #endif
 
+// Whether a block ran since the lines were last settled.
+bool sBlocksAhead = false;
+
 template <std::size_t N>
-void finish(BlockLine<N>& line) {
+void settle(BlockLine<N>& line) {
 #ifdef QUORVEX_WIDE_KERNELS
-    if (kWideBlocks) return finishLineWide(line);
+    if (kWideBlocks) return settleLineWide(line);
 #endif
-    finishLinePlain(line);
+    settleLinePlain(line);
 }
 
 template <std::size_t NH>
 void enhance(BlockLine<33>& low, BlockLine<NH>& high, double gain, BiquadState& smooth,
              VelmoStereoStep section, const double* x, double* y, int frames) {
-    low.begin();
-    sHighPass.begin();
+    sBlocksAhead = true;
     sEnvelope.begin();
-    high.begin();
     for (int done = 0; done < frames; done += kChunkFrames) {
         const int n = frames - done < kChunkFrames ? frames - done : kChunkFrames;
 #ifdef QUORVEX_WIDE_KERNELS
@@ -347,16 +351,12 @@ void enhance(BlockLine<33>& low, BlockLine<NH>& high, double gain, BiquadState& 
 #endif
         enhanceChunkPlain(low, high, section, gain, smooth, x + 2 * done, y + 4 * done, n);
     }
-    finish(low);
-    finish(sHighPass);
-    sEnvelope.finish();
-    finish(high);
 }
 
 }  // namespace
 
 void VelmoInterpolateBlock(const double* x, double* y, int frames) {
-    sOff.begin();
+    sBlocksAhead = true;
     for (int done = 0; done < frames; done += kChunkFrames) {
         const int n = frames - done < kChunkFrames ? frames - done : kChunkFrames;
 #ifdef QUORVEX_WIDE_KERNELS
@@ -367,7 +367,20 @@ void VelmoInterpolateBlock(const double* x, double* y, int frames) {
 #endif
         interpolateChunkPlain(x + 2 * done, y + 4 * done, n);
     }
-    finish(sOff);
+}
+
+void VelmoSettleBlocks() {
+    if (!sBlocksAhead) return;
+    sBlocksAhead = false;
+    settle(sOff);
+    settle(sCDLow);
+    settle(sMP3Low);
+    settle(sHighPass);
+    settle(sCDHigh32);
+    settle(sCDHigh128);
+    settle(sMP3High32);
+    settle(sMP3High128);
+    sEnvelope.settle();
 }
 
 void VelmoEnhanceBlock(VelmoKernel kernel, VelmoStereoStep section, const double* x, double* y,

@@ -1,5 +1,6 @@
 #include <quorvex/Velmo.h>
 
+#include "rate/velmo/VelmoBlocks.h"
 #include "rate/velmo/VelmoSections.h"
 
 namespace {
@@ -16,6 +17,7 @@ constexpr double kMP3Gain = 40.0;
 template <VelmoHeldSteps LowBand, VelmoTwoSteps HighBand, VelmoStereoStep Output>
 inline void enhance(double inL, double inR, double gain, double* outL0, double* outR0,
                     double* outL1, double* outR1) {
+    VelmoSettleBlocks();
     VelmoInstants a;
     LowBand(inL, inR, &a[0].l, &a[0].r, &a[1].l, &a[1].r);
     const VelmoInstants c = HighBand(dec_am(Velmohpf2(a)));
@@ -26,6 +28,7 @@ inline void enhance(double inL, double inR, double gain, double* outL0, double* 
 }  // namespace
 
 void Velmo_OFF(double inL, double inR, double* outL0, double* outR0, double* outL1, double* outR1) {
+    VelmoSettleBlocks();
     VelmoOffhf(inL, inR, outL0, outR0, outL1, outR1);
 }
 

@@ -8,6 +8,7 @@
 
 #include "dsp/Section.h"
 #include "framework/KernelChoice.h"
+#include "rate/velmo/VelmoBlocks.h"
 #include "rate/velmo/VelmoState.h"
 #include "rate/velmo/VelmoTables.h"
 
@@ -182,6 +183,7 @@ bool VelmoWideLines() {
 }
 
 void VelmoVisitHistory(void (*visit)(const double* values, int count)) {
+    VelmoSettleBlocks();
     const auto line = [visit](const auto& values) {
         visit(values, static_cast<int>(sizeof values / sizeof values[0]));
     };
@@ -204,6 +206,7 @@ void VelmoVisitHistory(void (*visit)(const double* values, int count)) {
 }
 
 void VelmoInit() {
+    VelmoSettleBlocks();
     clear(sOff_hf_d);
     clear(sDecAM_ul);
     clear(sDecAM_ur);
