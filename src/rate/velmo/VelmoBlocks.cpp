@@ -18,9 +18,6 @@ namespace {
 constexpr int kChunkFrames = 256;
 constexpr int kChunkSamples = 2 * kChunkFrames;
 
-constexpr double kCDGain = 10.0;
-constexpr double kMP3Gain = 40.0;
-
 // Four consecutive outputs side by side. A lane does its own output's
 // multiplications and additions and nothing else, so the lanes give the bits
 // of one output at a time; without 256-bit vectors the compiler splits them.
@@ -388,12 +385,12 @@ void VelmoEnhanceBlock(VelmoKernel kernel, VelmoStereoStep section, const double
     if (frames <= 0) return;
     switch (kernel) {
         case VelmoKernel::kCD:
-            return enhance(sCDLow, sCDHigh128, kCDGain, sCDlpf2, section, x, y, frames);
+            return enhance(sCDLow, sCDHigh128, kVelmoCDGain, sCDlpf2, section, x, y, frames);
         case VelmoKernel::kMP3:
-            return enhance(sMP3Low, sMP3High128, kMP3Gain, sMP3lpf2, section, x, y, frames);
+            return enhance(sMP3Low, sMP3High128, kVelmoMP3Gain, sMP3lpf2, section, x, y, frames);
         case VelmoKernel::kCD32:
-            return enhance(sCDLow, sCDHigh32, kCDGain, sCDlpf2, section, x, y, frames);
+            return enhance(sCDLow, sCDHigh32, kVelmoCDGain, sCDlpf2, section, x, y, frames);
         case VelmoKernel::kMP332:
-            return enhance(sMP3Low, sMP3High32, kMP3Gain, sMP3lpf2, section, x, y, frames);
+            return enhance(sMP3Low, sMP3High32, kVelmoMP3Gain, sMP3lpf2, section, x, y, frames);
     }
 }

@@ -2,11 +2,9 @@
 
 #include "rate/velmo/VelmoBlocks.h"
 #include "rate/velmo/VelmoSections.h"
+#include "rate/velmo/VelmoTables.h"
 
 namespace {
-
-constexpr double kCDGain = 10.0;
-constexpr double kMP3Gain = 40.0;
 
 // The rectified envelope of the low band's upper treble is band-limited to
 // above the split and mixed in, and the output section smooths the sum. Each
@@ -34,21 +32,24 @@ void Velmo_OFF(double inL, double inR, double* outL0, double* outR0, double* out
 
 void VelmoCDUpSampler(double inL, double inR, double* outL0, double* outR0, double* outL1,
                       double* outR1) {
-    enhance<VelmoCDlf, VelmoCDhf128, VelmoCDlpf2>(inL, inR, kCDGain, outL0, outR0, outL1, outR1);
+    enhance<VelmoCDlf, VelmoCDhf128, VelmoCDlpf2>(inL, inR, kVelmoCDGain, outL0, outR0, outL1,
+                                                  outR1);
 }
 
 void VelmoMP3UpSampler(double inL, double inR, double* outL0, double* outR0, double* outL1,
                        double* outR1) {
-    enhance<VelmoMP3lf, VelmoMP3hf128, VelmoMP3lpf2>(inL, inR, kMP3Gain, outL0, outR0, outL1,
+    enhance<VelmoMP3lf, VelmoMP3hf128, VelmoMP3lpf2>(inL, inR, kVelmoMP3Gain, outL0, outR0, outL1,
                                                      outR1);
 }
 
 void VelmoCDUpSampler32(double inL, double inR, double* outL0, double* outR0, double* outL1,
                         double* outR1) {
-    enhance<VelmoCDlf, VelmoCDhf32, VelmoCDlpf2>(inL, inR, kCDGain, outL0, outR0, outL1, outR1);
+    enhance<VelmoCDlf, VelmoCDhf32, VelmoCDlpf2>(inL, inR, kVelmoCDGain, outL0, outR0, outL1,
+                                                 outR1);
 }
 
 void VelmoMP3UpSampler32(double inL, double inR, double* outL0, double* outR0, double* outL1,
                          double* outR1) {
-    enhance<VelmoMP3lf, VelmoMP3hf32, VelmoMP3lpf2>(inL, inR, kMP3Gain, outL0, outR0, outL1, outR1);
+    enhance<VelmoMP3lf, VelmoMP3hf32, VelmoMP3lpf2>(inL, inR, kVelmoMP3Gain, outL0, outR0, outL1,
+                                                    outR1);
 }
