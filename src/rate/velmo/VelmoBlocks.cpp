@@ -258,12 +258,7 @@ QUORVEX_KERNEL_INLINE void enhanceChunk(BlockLine<33>& low, BlockLine<NH>& high,
                                         VelmoStereoStep section, double gain, BiquadState& smooth,
                                         const double* x, double* y, int frames) {
     const int samples = 2 * frames;
-    for (int i = 0; i < frames; ++i) {
-        double sL, sR;
-        section(x[2 * i], x[2 * i + 1], &sL, &sR);
-        hold(sL, low.input(0), i);
-        hold(sR, low.input(1), i);
-    }
+    VelmoPreEmphasise(section, x, frames, low.input(0), low.input(1));
     low.run(samples, sLow[0], sLow[1]);
     for (int c = 0; c < 2; ++c)
         std::memcpy(sHighPass.input(c), sLow[c],

@@ -298,3 +298,39 @@ void Velmo_Super_48K_24(double inL, double inR, double* outL, double* outR) {
 void Velmo_Super_48K_16(double inL, double inR, double* outL, double* outR) {
     biquadStep(sVelmoSuper48K16, sSuper48K16, inL, inR, outL, outR);
 }
+
+void VelmoPreEmphasise(VelmoStereoStep section, const double* x, int frames, double* heldL,
+                       double* heldR) {
+    struct PreEmphasis {
+        VelmoStereoStep step;
+        const VelmoBiquadCoeffs& coeffs;
+        BiquadState& state;
+    };
+    const PreEmphasis sections[] = {
+        {Velmo_Fine_44K_24, sVelmoFine44K, sFine44K24},
+        {Velmo_Fine_44K_16, sVelmoFine44K, sFine44K16},
+        {Velmo_Super_44K_24, sVelmoSuper44K, sSuper44K24},
+        {Velmo_Super_44K_16, sVelmoSuper44K, sSuper44K16},
+        {Velmo_Fine_48K_24, sVelmoFine48K24, sFine48K24},
+        {Velmo_Fine_48K_16, sVelmoFine48K16, sFine48K16},
+        {Velmo_Super_48K_24, sVelmoSuper48K24, sSuper48K24},
+        {Velmo_Super_48K_16, sVelmoSuper48K16, sSuper48K16},
+    };
+    for (const PreEmphasis& s : sections) {
+        if (s.step != section) continue;
+        // The histories stay in registers rather than round memory each frame.
+        dsp::SectionHistory<double> left = s.state.left, right = s.state.right;
+        for (int i = 0; i < frames; ++i) {
+            heldL[2 * i] = heldL[2 * i + 1] = dsp::runSection(s.coeffs, left, x[2 * i]);
+            heldR[2 * i] = heldR[2 * i + 1] = dsp::runSection(s.coeffs, right, x[2 * i + 1]);
+        }
+        s.state.left = left;
+        s.state.right = right;
+        return;
+    }
+    for (int i = 0; i < frames; ++i) {
+        section(x[2 * i], x[2 * i + 1], &heldL[2 * i], &heldR[2 * i]);
+        heldL[2 * i + 1] = heldL[2 * i];
+        heldR[2 * i + 1] = heldR[2 * i];
+    }
+}
