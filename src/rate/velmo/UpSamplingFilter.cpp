@@ -8,7 +8,7 @@
 #include <cstring>
 
 #include "framework/ParamBlock.h"
-#include "rate/velmo/VelmoSections.h"
+#include "rate/velmo/VelmoBlocks.h"
 
 using paramblock::fieldAt;
 using paramblock::putField;
@@ -19,9 +19,6 @@ namespace layout = quorvex::velmo_block;
 
 constexpr paramblock::BlockLayout kBlock = {layout::kId, layout::kMagic, layout::kSize,
                                             layout::kSize};
-
-using VelmoKernel = void (*)(double inL, double inR, double* outL0, double* outR0, double* outL1,
-                             double* outR1);
 
 // The fields past the magic, which the shared screening has checked.
 bool isValidBlock(const unsigned char* block) {
@@ -53,24 +50,8 @@ VelmoStereoStep preEmphasis(int bits, int rate, bool fine) {
 }
 
 VelmoKernel enhancer(bool mp3, bool shortHighBand) {
-    if (mp3) return shortHighBand ? VelmoMP3UpSampler32 : VelmoMP3UpSampler;
-    return shortHighBand ? VelmoCDUpSampler32 : VelmoCDUpSampler;
-}
-
-void interpolate(const double* x, double* y, int frames) {
-    for (int i = 0; i < frames; ++i)
-        Velmo_OFF(x[2 * i], x[2 * i + 1], &y[4 * i], &y[4 * i + 1], &y[4 * i + 2], &y[4 * i + 3]);
-}
-
-// Section and kernel alternate frame by frame: the section runs at the input
-// rate, the kernel's filters at the output rate.
-void enhanceFrames(const double* x, double* y, int frames, VelmoStereoStep section,
-                   VelmoKernel kernel) {
-    for (int i = 0; i < frames; ++i) {
-        double sL, sR;
-        section(x[2 * i], x[2 * i + 1], &sL, &sR);
-        kernel(sL, sR, &y[4 * i], &y[4 * i + 1], &y[4 * i + 2], &y[4 * i + 3]);
-    }
+    if (mp3) return shortHighBand ? VelmoKernel::kMP332 : VelmoKernel::kMP3;
+    return shortHighBand ? VelmoKernel::kCD32 : VelmoKernel::kCD;
 }
 
 }  // namespace
@@ -121,11 +102,11 @@ int UpSamplingFilter::process(const RealAudioBuffer* in, RealAudioBuffer* out) {
     const VelmoStereoStep section = preEmphasis(in->bitsPerSample, rate, fine);
     // Rates and depths without a pre-emphasis section are interpolated plainly.
     if (params[layout::kEnabled] == 0 || section == nullptr) {
-        interpolate(in->data, out->data, frames);
+        VelmoInterpolateBlock(in->data, out->data, frames);
     } else {
         const bool shortHighBand = upSampler32 && in->bitsPerSample == 16 && rate == 48000;
-        enhanceFrames(in->data, out->data, frames, section,
-                      enhancer(params[layout::kMp3Source] != 0, shortHighBand));
+        VelmoEnhanceBlock(enhancer(params[layout::kMp3Source] != 0, shortHighBand), section,
+                          in->data, out->data, frames);
     }
 
     out->length = 2 * n;

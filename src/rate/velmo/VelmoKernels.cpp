@@ -1,11 +1,10 @@
 #include <quorvex/Velmo.h>
 
+#include "rate/velmo/VelmoBlocks.h"
 #include "rate/velmo/VelmoSections.h"
+#include "rate/velmo/VelmoTables.h"
 
 namespace {
-
-constexpr double kCDGain = 10.0;
-constexpr double kMP3Gain = 40.0;
 
 // The rectified envelope of the low band's upper treble is band-limited to
 // above the split and mixed in, and the output section smooths the sum. Each
@@ -16,6 +15,7 @@ constexpr double kMP3Gain = 40.0;
 template <VelmoHeldSteps LowBand, VelmoTwoSteps HighBand, VelmoStereoStep Output>
 inline void enhance(double inL, double inR, double gain, double* outL0, double* outR0,
                     double* outL1, double* outR1) {
+    VelmoSettleBlocks();
     VelmoInstants a;
     LowBand(inL, inR, &a[0].l, &a[0].r, &a[1].l, &a[1].r);
     const VelmoInstants c = HighBand(dec_am(Velmohpf2(a)));
@@ -26,26 +26,30 @@ inline void enhance(double inL, double inR, double gain, double* outL0, double* 
 }  // namespace
 
 void Velmo_OFF(double inL, double inR, double* outL0, double* outR0, double* outL1, double* outR1) {
+    VelmoSettleBlocks();
     VelmoOffhf(inL, inR, outL0, outR0, outL1, outR1);
 }
 
 void VelmoCDUpSampler(double inL, double inR, double* outL0, double* outR0, double* outL1,
                       double* outR1) {
-    enhance<VelmoCDlf, VelmoCDhf128, VelmoCDlpf2>(inL, inR, kCDGain, outL0, outR0, outL1, outR1);
+    enhance<VelmoCDlf, VelmoCDhf128, VelmoCDlpf2>(inL, inR, kVelmoCDGain, outL0, outR0, outL1,
+                                                  outR1);
 }
 
 void VelmoMP3UpSampler(double inL, double inR, double* outL0, double* outR0, double* outL1,
                        double* outR1) {
-    enhance<VelmoMP3lf, VelmoMP3hf128, VelmoMP3lpf2>(inL, inR, kMP3Gain, outL0, outR0, outL1,
+    enhance<VelmoMP3lf, VelmoMP3hf128, VelmoMP3lpf2>(inL, inR, kVelmoMP3Gain, outL0, outR0, outL1,
                                                      outR1);
 }
 
 void VelmoCDUpSampler32(double inL, double inR, double* outL0, double* outR0, double* outL1,
                         double* outR1) {
-    enhance<VelmoCDlf, VelmoCDhf32, VelmoCDlpf2>(inL, inR, kCDGain, outL0, outR0, outL1, outR1);
+    enhance<VelmoCDlf, VelmoCDhf32, VelmoCDlpf2>(inL, inR, kVelmoCDGain, outL0, outR0, outL1,
+                                                 outR1);
 }
 
 void VelmoMP3UpSampler32(double inL, double inR, double* outL0, double* outR0, double* outL1,
                          double* outR1) {
-    enhance<VelmoMP3lf, VelmoMP3hf32, VelmoMP3lpf2>(inL, inR, kMP3Gain, outL0, outR0, outL1, outR1);
+    enhance<VelmoMP3lf, VelmoMP3hf32, VelmoMP3lpf2>(inL, inR, kVelmoMP3Gain, outL0, outR0, outL1,
+                                                    outR1);
 }

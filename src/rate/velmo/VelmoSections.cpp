@@ -4,17 +4,19 @@
 
 #include <cmath>
 #include <cstddef>
+#include <initializer_list>
 
 #include "dsp/Section.h"
 #include "framework/KernelChoice.h"
+#include "rate/velmo/VelmoBlocks.h"
+#include "rate/velmo/VelmoState.h"
 #include "rate/velmo/VelmoTables.h"
 
 // The passes over the delay lines are built a second time for 256-bit
 // vectors where the compiler can (runTwoSteps, runHeldSteps).
 
-namespace {
+namespace velmo_state {
 
-// FIR delay lines, two channels each; VelmoInit clears them.
 double sOff_hf_d[2 * 65];
 double sVelmoCDlf_d[2 * 33];
 double sVelmoCDhf32_d[2 * 33];
@@ -22,21 +24,19 @@ double sVelmoCDhf128_d[2 * 129];
 double sVelmoMP3lf_d[2 * 33];
 double sVelmoMP3hf32_d[2 * 33];
 double sVelmoMP3hf128_d[2 * 129];
-
-// The last 17 inputs of the envelope detector, newest first; VelmoInit clears them.
-constexpr int kDecAMTaps = 17;
-constexpr int kDecAMCentre = 8;
 double sDecAM_ul[kDecAMTaps];
 double sDecAM_ur[kDecAMTaps];
-
-// Section states and the high-pass line are never cleared: they run from load
-// to exit.
-struct BiquadState {
-    dsp::SectionHistory<double> left, right;
-};
-
+double sVelmohpf2_d[2 * 33];
 BiquadState sCDlpf2;
 BiquadState sMP3lpf2;
+
+}  // namespace velmo_state
+
+using namespace velmo_state;
+
+namespace {
+
+// The pre-emphasis sections' states.
 BiquadState sFine44K24;
 BiquadState sFine44K16;
 BiquadState sSuper44K24;
@@ -182,7 +182,31 @@ bool VelmoWideLines() {
 #endif
 }
 
+void VelmoVisitHistory(void (*visit)(const double* values, int count)) {
+    VelmoSettleBlocks();
+    const auto line = [visit](const auto& values) {
+        visit(values, static_cast<int>(sizeof values / sizeof values[0]));
+    };
+    line(sOff_hf_d);
+    line(sVelmoCDlf_d);
+    line(sVelmoCDhf32_d);
+    line(sVelmoCDhf128_d);
+    line(sVelmoMP3lf_d);
+    line(sVelmoMP3hf32_d);
+    line(sVelmoMP3hf128_d);
+    line(sDecAM_ul);
+    line(sDecAM_ur);
+    line(sVelmohpf2_d);
+    for (const BiquadState* s :
+         {&sCDlpf2, &sMP3lpf2, &sFine44K24, &sFine44K16, &sSuper44K24, &sSuper44K16, &sFine48K24,
+          &sFine48K16, &sSuper48K24, &sSuper48K16}) {
+        const double values[] = {s->left.d1, s->left.d2, s->right.d1, s->right.d2};
+        visit(values, 4);
+    }
+}
+
 void VelmoInit() {
+    VelmoSettleBlocks();
     clear(sOff_hf_d);
     clear(sDecAM_ul);
     clear(sDecAM_ur);
@@ -225,8 +249,7 @@ VelmoInstants VelmoMP3hf128(const VelmoInstants& in) {
 }
 
 VelmoInstants Velmohpf2(const VelmoInstants& in) {
-    static double d[2 * 33];
-    return runTwoSteps(sVelmohpf2, d, in);
+    return runTwoSteps(sVelmohpf2, sVelmohpf2_d, in);
 }
 
 VelmoInstants dec_am(const VelmoInstants& in) {
@@ -274,4 +297,40 @@ void Velmo_Super_48K_24(double inL, double inR, double* outL, double* outR) {
 
 void Velmo_Super_48K_16(double inL, double inR, double* outL, double* outR) {
     biquadStep(sVelmoSuper48K16, sSuper48K16, inL, inR, outL, outR);
+}
+
+void VelmoPreEmphasise(VelmoStereoStep section, const double* x, int frames, double* heldL,
+                       double* heldR) {
+    struct PreEmphasis {
+        VelmoStereoStep step;
+        const VelmoBiquadCoeffs& coeffs;
+        BiquadState& state;
+    };
+    const PreEmphasis sections[] = {
+        {Velmo_Fine_44K_24, sVelmoFine44K, sFine44K24},
+        {Velmo_Fine_44K_16, sVelmoFine44K, sFine44K16},
+        {Velmo_Super_44K_24, sVelmoSuper44K, sSuper44K24},
+        {Velmo_Super_44K_16, sVelmoSuper44K, sSuper44K16},
+        {Velmo_Fine_48K_24, sVelmoFine48K24, sFine48K24},
+        {Velmo_Fine_48K_16, sVelmoFine48K16, sFine48K16},
+        {Velmo_Super_48K_24, sVelmoSuper48K24, sSuper48K24},
+        {Velmo_Super_48K_16, sVelmoSuper48K16, sSuper48K16},
+    };
+    for (const PreEmphasis& s : sections) {
+        if (s.step != section) continue;
+        // The histories stay in registers rather than round memory each frame.
+        dsp::SectionHistory<double> left = s.state.left, right = s.state.right;
+        for (int i = 0; i < frames; ++i) {
+            heldL[2 * i] = heldL[2 * i + 1] = dsp::runSection(s.coeffs, left, x[2 * i]);
+            heldR[2 * i] = heldR[2 * i + 1] = dsp::runSection(s.coeffs, right, x[2 * i + 1]);
+        }
+        s.state.left = left;
+        s.state.right = right;
+        return;
+    }
+    for (int i = 0; i < frames; ++i) {
+        section(x[2 * i], x[2 * i + 1], &heldL[2 * i], &heldR[2 * i]);
+        heldL[2 * i + 1] = heldL[2 * i];
+        heldR[2 * i + 1] = heldR[2 * i];
+    }
 }

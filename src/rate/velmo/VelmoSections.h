@@ -43,6 +43,11 @@ VelmoInstants Velmohpf2(const VelmoInstants& in);
 // the input|.
 VelmoInstants dec_am(const VelmoInstants& in);
 
+// Hands every array of the enhancer's process-wide history to `visit`, in a
+// fixed order: the FIR lines, the envelope history, the high-pass line, then
+// each section's four doubles. Lets a test fingerprint the state a run leaves.
+void VelmoVisitHistory(void (*visit)(const double* values, int count));
+
 // Whether the FIR lines run their 256-bit build: where the processor has it
 // and the plain kernels were not asked for.
 bool VelmoWideLines();
@@ -60,5 +65,11 @@ void Velmo_Fine_48K_24(double inL, double inR, double* outL, double* outR);
 void Velmo_Fine_48K_16(double inL, double inR, double* outL, double* outR);
 void Velmo_Super_48K_24(double inL, double inR, double* outL, double* outR);
 void Velmo_Super_48K_16(double inL, double inR, double* outL, double* outR);
+
+// One of the pre-emphasis sections above over `frames` interleaved stereo
+// frames, each result stored twice, at heldL[2i] and heldL[2i + 1] (and
+// likewise right), as the interpolating low-passes take it.
+void VelmoPreEmphasise(VelmoStereoStep section, const double* x, int frames, double* heldL,
+                       double* heldR);
 
 #endif

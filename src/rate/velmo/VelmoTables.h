@@ -133,4 +133,8 @@ inline constexpr VelmoBiquadCoeffs sVelmoSuper48K24 = {1.830225, 0.2632845, -1.2
 inline constexpr VelmoBiquadCoeffs sVelmoSuper48K16 = {1.765796, 0.3260594, -1.304678,
                                                        -0.3260594, 0.5388824};
 
+// Weight of the high band added to the low band ahead of the output section.
+inline constexpr double kVelmoCDGain = 10.0;
+inline constexpr double kVelmoMP3Gain = 40.0;
+
 #endif
