@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <stdexcept>
@@ -144,10 +145,23 @@ Plugin pluginFor(const std::string& filterName, int channels) {
     return plugin;
 }
 
+// Hosts hold controls as floats, so a 0.3 typed by a person or written in the
+// Turtle arrives as 0.300000012. The shortest decimal that gives the float
+// back is what was meant, and read as a double it is what the chain layer
+// makes of the same text: the plug-in then sounds exactly as the chain does.
+double decimalOf(float port) {
+    char text[32];
+    const auto written = std::to_chars(std::begin(text), std::end(text), port);
+    double value = port;
+    std::from_chars(std::begin(text), written.ptr, value);
+    return value;
+}
+
 }  // namespace
 
-double ControlPort::sanitize(double value) const {
-    if (std::isnan(value)) return defaultValue;
+double ControlPort::sanitize(float port) const {
+    if (std::isnan(port)) return defaultValue;
+    double value = decimalOf(port);
     value = std::clamp(value, min, max);
     return integer ? std::round(value) : value;
 }

@@ -35,9 +35,10 @@ struct ControlPort {
     ControlRole role = ControlRole::Value;
     int index = 0;
 
-    // `value` as the filter may take it: within range, whole where it must
-    // be, the default for NaN.
-    double sanitize(double value) const;
+    // A port's float as the filter may take it: the decimal number the float
+    // was written from (0.3, not 0.300000012), within range, whole where it
+    // must be, the default for NaN.
+    double sanitize(float value) const;
 };
 
 struct Plugin {
