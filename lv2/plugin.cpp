@@ -150,6 +150,20 @@ private:
         for (size_t i = 0; i < plugin.sectionOffsets.size(); ++i)
             chain::writeSection(block.data(), plugin.sectionOffsets[i], designed(wanted[i]));
         filter->setParamData(writer.id, block.data(), writer.size);
+        if (!toldOfIdleBands) tellOfIdleBands();
+    }
+
+    // Once per instance, as a trace: the log feature allows no other kind
+    // from run(), and without the feature run() stays silent.
+    void tellOfIdleBands() {
+        if (!logger.log || rate == 88200.0 || rate == 96000.0) return;
+        for (size_t i = 0; i < plugin.controls.size(); ++i) {
+            if (!plugin.controls[i].highRatesOnly || seen[i] == 0.0) continue;
+            lv2_log_trace(&logger, "%s: the %s band acts only at 88.2 and 96 kHz, not at %g Hz\n",
+                          plugin.name.c_str(), plugin.controls[i].name.c_str(), rate);
+            toldOfIdleBands = true;
+            return;
+        }
     }
 
     // A section the filter could not run stably passes unchanged instead.
@@ -187,6 +201,7 @@ private:
     std::vector<float*> ports;
     std::vector<float> heard;  // the ports as last read
     bool firstRun = true;
+    bool toldOfIdleBands = false;
     std::vector<double> seen;    // the controls as last applied
     std::vector<double> values;  // one per filter parameter, for the writer
     std::vector<unsigned char> pristine;

@@ -104,6 +104,17 @@ void addSection(Plugin& plugin, const std::string& prefix, const std::string& wh
     plugin.controls.insert(plugin.controls.end(), {freq, gain, q});
 }
 
+// The equalizer's last bands exist only in its 88.2/96 kHz kernels; at 44.1
+// and 48 kHz the filter takes their gains and does nothing with them.
+void markHighRateBands(Plugin& plugin) {
+    for (ControlPort& port : plugin.controls) {
+        const int band = port.index - 1;  // the bands follow the enabled switch
+        if (band < equalizer_block::kLowRateBands) continue;
+        port.highRatesOnly = true;
+        port.comment += "; acts only at 88.2 and 96 kHz: at 44.1 and 48 kHz the band does nothing";
+    }
+}
+
 std::string descriptionOf(const FilterInfo& filter) {
     std::string text = filter.summary + ". Acts at " + filter.rates +
                        "; at any other rate the audio passes unchanged. A changed control "
@@ -137,6 +148,8 @@ Plugin pluginFor(const std::string& filterName, int channels) {
             addSection(plugin, "section" + number, "section " + number);
             plugin.sectionOffsets.push_back(hpeq_block::sectionOffset(i));
         }
+    } else if (filterName == "eq") {
+        markHighRateBands(plugin);
     } else if (filterName == "personalize") {
         addSection(plugin, "left", "left channel");
         addSection(plugin, "right", "right channel");

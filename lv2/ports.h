@@ -31,6 +31,7 @@ struct ControlPort {
     bool integer = false;
     bool toggle = false;
     bool enables = false;              // the lv2:enabled designation
+    bool highRatesOnly = false;        // does nothing at 44.1 and 48 kHz
     std::vector<std::string> choices;  // an enumeration, values 0, 1, ...
     ControlRole role = ControlRole::Value;
     int index = 0;

@@ -3,12 +3,15 @@
 
 #include <gtest/gtest.h>
 #include <lilv/lilv.h>
+#include <lv2/log/log.h>
+#include <lv2/urid/urid.h>
 #include <sndfile.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -203,6 +206,29 @@ std::vector<float> inChildProcess(const std::function<std::vector<float>()>& mak
     return made;
 }
 
+// What the plug-ins told the tests' host through its log, whatever the kind.
+std::vector<std::string> logged;
+
+int logVprintf(LV2_Log_Handle, LV2_URID, const char* format, va_list args) {
+    char text[512];
+    const int length = std::vsnprintf(text, sizeof text, format, args);
+    logged.emplace_back(text);
+    return length;
+}
+
+int logPrintf(LV2_Log_Handle handle, LV2_URID type, const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    const int length = logVprintf(handle, type, format, args);
+    va_end(args);
+    return length;
+}
+
+LV2_URID mapUri(LV2_URID_Map_Handle, const char* uri) {
+    static std::map<std::string, LV2_URID> ids;
+    return ids.emplace(uri, static_cast<LV2_URID>(ids.size() + 1)).first->second;
+}
+
 // A host of the tests' own, for block lengths and moments the tools do not choose.
 class Host {
 public:
@@ -213,11 +239,16 @@ public:
         LilvNode* uri = lilv_new_uri(world, (kUri + name).c_str());
         const LilvPlugin* plugin = lilv_plugins_get_by_uri(lilv_world_get_all_plugins(world), uri);
         lilv_node_free(uri);
-        return plugin ? lilv_plugin_instantiate(plugin, rate, nullptr) : nullptr;
+        return plugin ? lilv_plugin_instantiate(plugin, rate, features) : nullptr;
     }
 
 private:
     LilvWorld* world;
+    LV2_URID_Map map{nullptr, mapUri};
+    LV2_Log_Log log{nullptr, logPrintf, logVprintf};
+    LV2_Feature mapFeature{LV2_URID__map, &map};
+    LV2_Feature logFeature{LV2_LOG__log, &log};
+    const LV2_Feature* features[3] = {&mapFeature, &logFeature, nullptr};
 };
 
 // Drives a stereo instance with the equalizer's 15 ports.
@@ -271,6 +302,20 @@ TEST(Lv2Host, OddBlocksMatchTheChainLayerAndAMovedControlActsAtTheNextBlock) {
     std::vector<float> bypassed;
     eq.block(signal, at, 96, bypassed);
     EXPECT_EQ(bypassed, std::vector<float>(signal.begin() + 2 * at, signal.begin() + 2 * at + 192));
+}
+
+TEST(Lv2Host, AHighRateBandSetAtALowRateIsToldOfOnce) {
+    Host host;
+    EqRun eq(host.instantiate("eq", 48000));
+    const std::vector<float> signal = testSignal(64, 2, 0.4);
+    std::vector<float> out;
+    eq.controls[8] = 3.0f;  // 32 kHz
+    eq.block(signal, 0, 32, out);
+    eq.controls[9] = 2.0f;  // low shelf
+    eq.block(signal, 32, 32, out);
+    ASSERT_EQ(logged.size(), 1u);
+    EXPECT_NE(logged[0].find("32k band acts only at 88.2 and 96 kHz"), std::string::npos)
+        << logged[0];
 }
 
 TEST(Lv2Host, RatesTheFilterDoesNotSupportPassUnchanged) {
