@@ -173,7 +173,9 @@ double decimalOf(float port) {
 }  // namespace
 
 double ControlPort::sanitize(float port) const {
-    if (std::isnan(port)) return defaultValue;
+    // A default of more digits than a float holds (the level control's
+    // recovery) comes back as written, not as the float's shorter decimal.
+    if (std::isnan(port) || port == static_cast<float>(defaultValue)) return defaultValue;
     double value = decimalOf(port);
     value = std::clamp(value, min, max);
     return integer ? std::round(value) : value;

@@ -38,8 +38,8 @@ struct ControlPort {
 
     // A port's float as the filter may take it: the decimal number the float
     // was written from (0.3, not 0.300000012), within range, whole where it
-    // must be, the default for NaN.
-    double sanitize(float value) const;
+    // must be, the default for NaN or for the default's own float.
+    double sanitize(float port) const;
 };
 
 struct Plugin {
