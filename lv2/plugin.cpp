@@ -49,6 +49,7 @@ public:
           rate(rate),
           logger(logger),
           ports(static_cast<size_t>(plugin.firstControl()) + plugin.controls.size(), nullptr),
+          heard(plugin.controls.size()),
           seen(plugin.controls.size(), std::nan("")),
           values(plugin.filter->params.size(), std::nan("")),
           pristine(static_cast<size_t>(writer.size)),
@@ -112,13 +113,19 @@ private:
             if (output(c) != input(c)) std::memmove(output(c), input(c), frames * sizeof(float));
     }
 
+    // Only a port whose float changed is read again: turning it into its
+    // decimal costs more than the comparison run() can afford every block.
     bool controlsMoved() {
         bool moved = false;
         for (size_t i = 0; i < plugin.controls.size(); ++i) {
-            const double value = plugin.controls[i].sanitize(control(i));
+            const float port = control(i);
+            if (!firstRun && std::memcmp(&port, &heard[i], sizeof port) == 0) continue;
+            heard[i] = port;
+            const double value = plugin.controls[i].sanitize(port);
             if (value != seen[i]) moved = true;
             seen[i] = value;
         }
+        firstRun = false;
         return moved;
     }
 
@@ -143,6 +150,20 @@ private:
         for (size_t i = 0; i < plugin.sectionOffsets.size(); ++i)
             chain::writeSection(block.data(), plugin.sectionOffsets[i], designed(wanted[i]));
         filter->setParamData(writer.id, block.data(), writer.size);
+        if (!toldOfIdleBands) tellOfIdleBands();
+    }
+
+    // Once per instance, as a trace: the log feature allows no other kind
+    // from run(), and without the feature run() stays silent.
+    void tellOfIdleBands() {
+        if (!logger.log || rate == 88200.0 || rate == 96000.0) return;
+        for (size_t i = 0; i < plugin.controls.size(); ++i) {
+            if (!plugin.controls[i].highRatesOnly || seen[i] == 0.0) continue;
+            lv2_log_trace(&logger, "%s: the %s band acts only at 88.2 and 96 kHz, not at %g Hz\n",
+                          plugin.name.c_str(), plugin.controls[i].name.c_str(), rate);
+            toldOfIdleBands = true;
+            return;
+        }
     }
 
     // A section the filter could not run stably passes unchanged instead.
@@ -178,6 +199,9 @@ private:
     const double rate;
     LV2_Log_Logger logger;
     std::vector<float*> ports;
+    std::vector<float> heard;  // the ports as last read
+    bool firstRun = true;
+    bool toldOfIdleBands = false;
     std::vector<double> seen;    // the controls as last applied
     std::vector<double> values;  // one per filter parameter, for the writer
     std::vector<unsigned char> pristine;

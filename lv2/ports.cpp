@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <stdexcept>
@@ -103,6 +104,17 @@ void addSection(Plugin& plugin, const std::string& prefix, const std::string& wh
     plugin.controls.insert(plugin.controls.end(), {freq, gain, q});
 }
 
+// The equalizer's last bands exist only in its 88.2/96 kHz kernels; at 44.1
+// and 48 kHz the filter takes their gains and does nothing with them.
+void markHighRateBands(Plugin& plugin) {
+    for (ControlPort& port : plugin.controls) {
+        const int band = port.index - 1;  // the bands follow the enabled switch
+        if (band < equalizer_block::kLowRateBands) continue;
+        port.highRatesOnly = true;
+        port.comment += "; acts only at 88.2 and 96 kHz: at 44.1 and 48 kHz the band does nothing";
+    }
+}
+
 std::string descriptionOf(const FilterInfo& filter) {
     std::string text = filter.summary + ". Acts at " + filter.rates +
                        "; at any other rate the audio passes unchanged. A changed control "
@@ -136,6 +148,8 @@ Plugin pluginFor(const std::string& filterName, int channels) {
             addSection(plugin, "section" + number, "section " + number);
             plugin.sectionOffsets.push_back(hpeq_block::sectionOffset(i));
         }
+    } else if (filterName == "eq") {
+        markHighRateBands(plugin);
     } else if (filterName == "personalize") {
         addSection(plugin, "left", "left channel");
         addSection(plugin, "right", "right channel");
@@ -144,10 +158,25 @@ Plugin pluginFor(const std::string& filterName, int channels) {
     return plugin;
 }
 
+// Hosts hold controls as floats, so a 0.3 typed by a person or written in the
+// Turtle arrives as 0.300000012. The shortest decimal that gives the float
+// back is what was meant, and read as a double it is what the chain layer
+// makes of the same text: the plug-in then sounds exactly as the chain does.
+double decimalOf(float port) {
+    char text[32];
+    const auto written = std::to_chars(std::begin(text), std::end(text), port);
+    double value = port;
+    std::from_chars(std::begin(text), written.ptr, value);
+    return value;
+}
+
 }  // namespace
 
-double ControlPort::sanitize(double value) const {
-    if (std::isnan(value)) return defaultValue;
+double ControlPort::sanitize(float port) const {
+    // A default of more digits than a float holds (the level control's
+    // recovery) comes back as written, not as the float's shorter decimal.
+    if (std::isnan(port) || port == static_cast<float>(defaultValue)) return defaultValue;
+    double value = decimalOf(port);
     value = std::clamp(value, min, max);
     return integer ? std::round(value) : value;
 }

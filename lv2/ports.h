@@ -31,13 +31,15 @@ struct ControlPort {
     bool integer = false;
     bool toggle = false;
     bool enables = false;              // the lv2:enabled designation
+    bool highRatesOnly = false;        // does nothing at 44.1 and 48 kHz
     std::vector<std::string> choices;  // an enumeration, values 0, 1, ...
     ControlRole role = ControlRole::Value;
     int index = 0;
 
-    // `value` as the filter may take it: within range, whole where it must
-    // be, the default for NaN.
-    double sanitize(double value) const;
+    // A port's float as the filter may take it: the decimal number the float
+    // was written from (0.3, not 0.300000012), within range, whole where it
+    // must be, the default for NaN or for the default's own float.
+    double sanitize(float port) const;
 };
 
 struct Plugin {
