@@ -307,6 +307,9 @@ QUORVEX_KERNEL_INLINE void groupStep(GroupSums& acc, const double* taps, const d
     for (int h = 0; h < 2; ++h) {
         Quad t;
         loadQuad(t, taps + 4 * h);
+        // Kept in a register: left to itself, the optimiser loads the taps
+        // again for the right value, and the loads then set the pace.
+        __asm__("" : "+x"(t));
         acc[h] += t * frame[0];
         acc[2 + h] += t * frame[1];
     }
