@@ -307,9 +307,12 @@ QUORVEX_KERNEL_INLINE void groupStep(GroupSums& acc, const double* taps, const d
     for (int h = 0; h < 2; ++h) {
         Quad t;
         loadQuad(t, taps + 4 * h);
-        // Kept in a register: left to itself, the optimiser loads the taps
-        // again for the right value, and the loads then set the pace.
+#ifndef __clang__
+        // Kept in a register: left to itself, GCC loads the taps again for
+        // the right value, and the loads then set the pace. Clang refuses a
+        // 256-bit register operand outside a wide function.
         __asm__("" : "+x"(t));
+#endif
         acc[h] += t * frame[0];
         acc[2 + h] += t * frame[1];
     }
