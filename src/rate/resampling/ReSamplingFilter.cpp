@@ -87,13 +87,32 @@ void buildPhaseTable(int up) {
     }
 }
 
-void storeFrames(const double* in, int frames) {
+// x - x is zero for every finite x and undefined otherwise: one test per
+// frame with no branch, both channels in the lanes of one vector.
+bool allFinite(const double* in, int frames) {
+    const dsp::StereoLanes zero = {};
+    auto finite = zero == zero;
     for (int f = 0; f < frames; ++f) {
-        double* slot = s_smpld[(s_iptr + f) & kRingMask];
-        slot[0] = in[2 * f];
-        slot[1] = in[2 * f + 1];
-        if (!std::isfinite(slot[0]) || !std::isfinite(slot[1])) s_lastNonFinite = s_iptr + f;
+        const dsp::StereoLanes v = dsp::loadLanes(in + 2 * f);
+        finite &= v - v == zero;
     }
+    return finite[0] && finite[1];
+}
+
+// The last frame at `in` holding an infinite or undefined value; -1 if none.
+int lastNonFiniteFrame(const double* in, int frames) {
+    for (int f = frames - 1; f >= 0; --f)
+        if (!std::isfinite(in[2 * f]) || !std::isfinite(in[2 * f + 1])) return f;
+    return -1;
+}
+
+void storeFrames(const double* in, int frames) {
+    if (frames == 0) return;
+    const int64_t start = s_iptr & kRingMask;
+    const int64_t head = start + frames <= kRingFrames ? frames : kRingFrames - start;
+    std::memcpy(s_smpld[start], in, sizeof s_smpld[0] * head);
+    if (head < frames) std::memcpy(s_smpld[0], in + 2 * head, sizeof s_smpld[0] * (frames - head));
+    if (!allFinite(in, frames)) s_lastNonFinite = s_iptr + lastNonFiniteFrame(in, frames);
     s_iptr += frames;
 }
 
@@ -288,6 +307,12 @@ QUORVEX_KERNEL_INLINE void groupStep(GroupSums& acc, const double* taps, const d
     for (int h = 0; h < 2; ++h) {
         Quad t;
         loadQuad(t, taps + 4 * h);
+#ifndef __clang__
+        // Kept in a register: left to itself, GCC loads the taps again for
+        // the right value, and the loads then set the pace. Clang refuses a
+        // 256-bit register operand outside a wide function.
+        __asm__("" : "+x"(t));
+#endif
         acc[h] += t * frame[0];
         acc[2 + h] += t * frame[1];
     }
