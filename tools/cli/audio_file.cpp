@@ -127,6 +127,29 @@ int majorFormatFor(const std::string& path, const std::string& type) {
     throw UsageError(path + ": quorvex writes .wav, .flac and .aiff files; choose one of these");
 }
 
+// The depth of the integer PCM `file` stores exactly as the blocks we hand
+// around hold it (interleaved, little-endian, packed), which raw reads and
+// writes then move without converting each sample; 0 for any other storage.
+int packedDepthOf(SNDFILE* file, int format) {
+    if (__BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__) return 0;
+    switch (format & SF_FORMAT_TYPEMASK) {
+        case SF_FORMAT_WAV:
+        case SF_FORMAT_WAVEX:
+        case SF_FORMAT_W64:
+        case SF_FORMAT_RF64:
+        case SF_FORMAT_AIFF:
+        case SF_FORMAT_RAW: break;
+        default: return 0;
+    }
+    if (sf_command(file, SFC_RAW_DATA_NEEDS_ENDSWAP, nullptr, 0) != SF_FALSE) return 0;
+    switch (format & SF_FORMAT_SUBMASK) {
+        case SF_FORMAT_PCM_16: return 16;
+        case SF_FORMAT_PCM_24: return 24;
+        case SF_FORMAT_PCM_32: return 32;
+        default: return 0;
+    }
+}
+
 int subtypeFor(SampleEncoding encoding) {
     switch (encoding) {
         case SampleEncoding::Pcm16: return SF_FORMAT_PCM_16;
@@ -177,6 +200,7 @@ InputFile::InputFile(const std::string& path, const FileFormat& format, Truncate
                        describeContainer() + ")");
     }
     requireRepresentableRate();
+    packedBits = packedDepthOf(file, sfInfo.format);
     if (logShowsShortAudioChunk(file)) {
         cutShort = true;
         if (truncation == TruncatedInput::Salvage) return;
@@ -249,6 +273,7 @@ sf_count_t InputFile::readStereo(double* samples, sf_count_t frames) {
 }
 
 sf_count_t InputFile::readStereoPcm(unsigned char* bytes, sf_count_t frames, int bits) {
+    if (bits == packedBits) return readPacked(bytes, frames);
     const size_t needed = static_cast<size_t>(frames * sfInfo.channels);
     if (stored.size() < needed) stored.resize(needed);
     const sf_count_t got = lostDecoder ? 0 : counted(sf_readf_int(file, stored.data(), frames));
@@ -258,6 +283,23 @@ sf_count_t InputFile::readStereoPcm(unsigned char* bytes, sf_count_t frames, int
         packSample(frame[0], bits, bytes + (2 * f) * width);
         packSample(frame[sfInfo.channels - 1], bits, bytes + (2 * f + 1) * width);
     }
+    return got;
+}
+
+// Straight from the file into the block; mono spreads in place from the
+// back, so nothing is overwritten unread.
+sf_count_t InputFile::readPacked(unsigned char* bytes, sf_count_t frames) {
+    if (lostDecoder) return 0;
+    const size_t width = static_cast<size_t>(packedBits / 8);
+    const sf_count_t frameBytes = sfInfo.channels * static_cast<sf_count_t>(width);
+    const sf_count_t got = counted(sf_read_raw(file, bytes, frames * frameBytes) / frameBytes);
+    if (sfInfo.channels == 1)
+        for (size_t i = static_cast<size_t>(got); i-- > 0;) {
+            unsigned char sample[4];
+            std::memcpy(sample, bytes + i * width, width);
+            std::memcpy(bytes + 2 * i * width, sample, width);
+            std::memcpy(bytes + (2 * i + 1) * width, sample, width);
+        }
     return got;
 }
 
@@ -395,6 +437,7 @@ OutputFile::OutputFile(const std::string& path, int rate, SampleEncoding encodin
         throw CliError("cannot write " + path + ": " + withoutFullStop(sf_strerror(nullptr)));
     }
     scaleIntegersIntoFloats();
+    notePackedStorage(info.format);
 }
 
 // Standard output redirected to a file is written as that file; a pipe gets
@@ -413,6 +456,7 @@ void OutputFile::openStandardOutput(SF_INFO& info) {
     if (file == nullptr)
         throw CliError("cannot write to standard output: " + withoutFullStop(sf_strerror(nullptr)));
     scaleIntegersIntoFloats();
+    notePackedStorage(info.format);
     if (sink) {
         sf_command(file, SFC_UPDATE_HEADER_NOW, nullptr, 0);
         sink->release();
@@ -423,6 +467,10 @@ void OutputFile::openStandardOutput(SF_INFO& info) {
 // would; unscaled they would come out 2^31 times too large.
 void OutputFile::scaleIntegersIntoFloats() {
     if (fileBits == 0) sf_command(file, SFC_SET_SCALE_INT_FLOAT_WRITE, nullptr, SF_TRUE);
+}
+
+void OutputFile::notePackedStorage(int format) {
+    storesPacked = fileBits != 0 && packedDepthOf(file, format) == fileBits;
 }
 
 OutputFile::~OutputFile() {
@@ -480,6 +528,12 @@ void OutputFile::writeStereo(const double* stereo, sf_count_t frames) {
 // offsets the audio by half a step; the nearest step of the file's depth
 // instead. Folding to mono works in steps too, so equal channels stay exact.
 void OutputFile::writeStereoPcm(const unsigned char* bytes, sf_count_t frames, int bits) {
+    if (storesPacked && fileChannels == 2 && bits == fileBits) {
+        const sf_count_t length = 2 * frames * (bits / 8);
+        errno = 0;
+        written(length, sf_write_raw(file, bytes, length));
+        return;
+    }
     const size_t count = static_cast<size_t>(fileChannels * frames);
     if (unpacked.size() < count) unpacked.resize(count);
     const bool narrowing = fileBits != 0 && fileBits < bits;
