@@ -85,18 +85,27 @@ int32_t unpackSample(const unsigned char* bytes, int bits) {
     return static_cast<int32_t>(value << (32 - bits));
 }
 
-// A left-justified sample as a count of steps of a `bits`-bit depth.
+// 2^exponent for the exponents a sample's depth gives, without a library
+// call, so the loops over a block stay inline. Scaling by it is exact, as
+// std::ldexp is.
+double twoTo(int exponent) {
+    const auto power = static_cast<double>(1LL << (exponent < 0 ? -exponent : exponent));
+    return exponent < 0 ? 1.0 / power : power;
+}
+
+// A left-justified sample as a count of steps of a `bits`-bit depth; NaN
+// lands on the lowest step.
 int32_t leftJustified(double steps, int bits) {
-    const double most = std::ldexp(1.0, bits - 1);
-    const double clamped = std::fmin(std::fmax(std::floor(steps + 0.5), -most), most - 1.0);
+    const double most = twoTo(bits - 1);
+    const double nearest = std::floor(steps + 0.5);
+    const double aboveLowest = nearest > -most ? nearest : -most;
+    const double clamped = aboveLowest < most - 1.0 ? aboveLowest : most - 1.0;
     return static_cast<int32_t>(static_cast<uint32_t>(static_cast<int64_t>(clamped))
                                 << (32 - bits));
 }
 
 // A left-justified sample as a count of steps of a `bits`-bit depth, unrounded.
-double stepsOf(int32_t sample, int bits) {
-    return std::ldexp(static_cast<double>(sample), bits - 32);
-}
+double stepsOf(int32_t sample, int bits) { return static_cast<double>(sample) * twoTo(bits - 32); }
 
 int majorFormatOfType(const std::string& type) {
     if (type == "wav") return SF_FORMAT_WAV;
@@ -494,7 +503,7 @@ double OutputFile::triangularNoise() {
         noiseState ^= noiseState >> 12;
         noiseState ^= noiseState << 25;
         noiseState ^= noiseState >> 27;
-        return std::ldexp(static_cast<double>((noiseState * 0x2545F4914F6CDD1Du) >> 11), -53);
+        return static_cast<double>((noiseState * 0x2545F4914F6CDD1Du) >> 11) * 0x1p-53;
     };
     const double first = uniform();
     return first - uniform();
@@ -520,7 +529,8 @@ void OutputFile::writeStereo(const double* stereo, sf_count_t frames) {
     }
     const size_t count = static_cast<size_t>(fileChannels * frames);
     if (unpacked.size() < count) unpacked.resize(count);
-    for (size_t i = 0; i < count; ++i) unpacked[i] = rounded(std::ldexp(samples[i], fileBits - 1));
+    const double steps = twoTo(fileBits - 1);
+    for (size_t i = 0; i < count; ++i) unpacked[i] = rounded(samples[i] * steps);
     written(frames, sf_writef_int(file, unpacked.data(), frames));
 }
 
