@@ -73,9 +73,9 @@ QUORVEX_KERNEL_INLINE void clampedChunk(const double* x, int32_t* staged, int n)
 // 24 bits wrap instead: a scaled sample within 32 bits truncates to the same
 // low bits in a 32-bit lane; a chunk holding any other takes the 64-bit path.
 QUORVEX_KERNEL_INLINE bool wrappedChunk(const double* x, int32_t* staged, int n) {
-    bool within = true;
-    for (int i = 0; i < n; ++i) within &= std::fabs(x[i] * kToPcm24) < kTwoTo31;
-    if (!within) return false;
+    int outside = 0;  // counted rather than and-ed, which keeps the loop in lanes
+    for (int i = 0; i < n; ++i) outside += std::fabs(x[i] * kToPcm24) < kTwoTo31 ? 0 : 1;
+    if (outside != 0) return false;
     for (int i = 0; i < n; ++i) staged[i] = static_cast<int32_t>(x[i] * kToPcm24);
     return true;
 }
