@@ -3,59 +3,10 @@
 #include <cstdint>
 #include <new>
 
+#include "pcm/PcmConversion.h"
 #include "pcm/PcmSamples.h"
 
 namespace {
-
-constexpr double kFromPcm16 = 3.0517578125e-05;       // 2^-15
-constexpr double kFromPcm32 = 4.656612873077393e-10;  // 2^-31, also for 24 bits in bits 8-31
-constexpr double kToPcm16 = 32768.0;
-constexpr double kToPcm24 = 8388607.0;
-constexpr double kToPcm32 = 2147483648.0;
-
-// Truncation toward zero that saturates outside the 64-bit range and maps NaN
-// to 0, so no scaled sample can make the conversion undefined.
-int64_t truncateToInt64(double v) {
-    constexpr double kTwoTo63 = 9223372036854775808.0;
-    if (v >= kTwoTo63) return INT64_MAX;
-    if (v < -kTwoTo63) return INT64_MIN;
-    if (v != v) return 0;
-    return static_cast<int64_t>(v);
-}
-
-int64_t clamp(int64_t v, int64_t lo, int64_t hi) { return v < lo ? lo : (v > hi ? hi : v); }
-
-void pcmToDoubles(int bits, const unsigned char* in, double* x, int n) {
-    switch (bits) {
-        case 16:
-            for (int i = 0; i < n; ++i) x[i] = pcm::read16(in + 2 * i) * kFromPcm16;
-            break;
-        case 24:
-            for (int i = 0; i < n; ++i) x[i] = pcm::read24High(in + 3 * i) * kFromPcm32;
-            break;
-        case 32:
-            for (int i = 0; i < n; ++i) x[i] = pcm::read32(in + 4 * i) * kFromPcm32;
-            break;
-    }
-}
-
-void doublesToPcm(int bits, const double* x, unsigned char* out, int k) {
-    switch (bits) {
-        case 16:
-            for (int i = 0; i < k; ++i)
-                pcm::write16(out + 2 * i,
-                             clamp(truncateToInt64(x[i] * kToPcm16), INT16_MIN, INT16_MAX));
-            break;
-        case 24:
-            for (int i = 0; i < k; ++i) pcm::write24(out + 3 * i, truncateToInt64(x[i] * kToPcm24));
-            break;
-        case 32:
-            for (int i = 0; i < k; ++i)
-                pcm::write32(out + 4 * i,
-                             clamp(truncateToInt64(x[i] * kToPcm32), INT32_MIN, INT32_MAX));
-            break;
-    }
-}
 
 // Makes sure `*buffer` holds `samples` doubles, replacing it by one of twice
 // that size if not. Keeps the old buffer and answers false when memory runs
@@ -110,7 +61,7 @@ int DataTypeConversionFilter::process(int inRate, int inBits, const void* in, in
     inBuffer->bitsPerSample = inBits;
     outBuffer->sampleRate = outRate;
     outBuffer->bitsPerSample = outBits;
-    pcmToDoubles(inBits, static_cast<const unsigned char*>(in), inBuffer->data, n);
+    pcm::toDoubles(inBits, static_cast<const unsigned char*>(in), inBuffer->data, n);
     inBuffer->length = n;
     outBuffer->length = 0;
 
@@ -123,6 +74,6 @@ int DataTypeConversionFilter::process(int inRate, int inBits, const void* in, in
     if (!pcm::isSupportedDepth(d) || k > outBuffer->capacity) return -1;
     const int64_t bytes = static_cast<int64_t>(d / 8) * k;
     if (bytes > outCapacity) return -1;
-    doublesToPcm(d, outBuffer->data, static_cast<unsigned char*>(out), k);
+    pcm::fromDoubles(d, outBuffer->data, static_cast<unsigned char*>(out), k);
     return static_cast<int>(bytes);
 }

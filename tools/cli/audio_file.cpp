@@ -85,18 +85,27 @@ int32_t unpackSample(const unsigned char* bytes, int bits) {
     return static_cast<int32_t>(value << (32 - bits));
 }
 
-// A left-justified sample as a count of steps of a `bits`-bit depth.
+// 2^exponent for the exponents a sample's depth gives, without a library
+// call, so the loops over a block stay inline. Scaling by it is exact, as
+// std::ldexp is.
+double twoTo(int exponent) {
+    const auto power = static_cast<double>(1LL << (exponent < 0 ? -exponent : exponent));
+    return exponent < 0 ? 1.0 / power : power;
+}
+
+// A left-justified sample as a count of steps of a `bits`-bit depth; NaN
+// lands on the lowest step.
 int32_t leftJustified(double steps, int bits) {
-    const double most = std::ldexp(1.0, bits - 1);
-    const double clamped = std::fmin(std::fmax(std::floor(steps + 0.5), -most), most - 1.0);
+    const double most = twoTo(bits - 1);
+    const double nearest = std::floor(steps + 0.5);
+    const double aboveLowest = nearest > -most ? nearest : -most;
+    const double clamped = aboveLowest < most - 1.0 ? aboveLowest : most - 1.0;
     return static_cast<int32_t>(static_cast<uint32_t>(static_cast<int64_t>(clamped))
                                 << (32 - bits));
 }
 
 // A left-justified sample as a count of steps of a `bits`-bit depth, unrounded.
-double stepsOf(int32_t sample, int bits) {
-    return std::ldexp(static_cast<double>(sample), bits - 32);
-}
+double stepsOf(int32_t sample, int bits) { return static_cast<double>(sample) * twoTo(bits - 32); }
 
 int majorFormatOfType(const std::string& type) {
     if (type == "wav") return SF_FORMAT_WAV;
@@ -125,6 +134,29 @@ int majorFormatFor(const std::string& path, const std::string& type) {
     const int format = extension == "raw" ? 0 : majorFormatOfType(extension);
     if (format != 0) return format;
     throw UsageError(path + ": quorvex writes .wav, .flac and .aiff files; choose one of these");
+}
+
+// The depth of the integer PCM `file` stores exactly as the blocks we hand
+// around hold it (interleaved, little-endian, packed), which raw reads and
+// writes then move without converting each sample; 0 for any other storage.
+int packedDepthOf(SNDFILE* file, int format) {
+    if (__BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__) return 0;
+    switch (format & SF_FORMAT_TYPEMASK) {
+        case SF_FORMAT_WAV:
+        case SF_FORMAT_WAVEX:
+        case SF_FORMAT_W64:
+        case SF_FORMAT_RF64:
+        case SF_FORMAT_AIFF:
+        case SF_FORMAT_RAW: break;
+        default: return 0;
+    }
+    if (sf_command(file, SFC_RAW_DATA_NEEDS_ENDSWAP, nullptr, 0) != SF_FALSE) return 0;
+    switch (format & SF_FORMAT_SUBMASK) {
+        case SF_FORMAT_PCM_16: return 16;
+        case SF_FORMAT_PCM_24: return 24;
+        case SF_FORMAT_PCM_32: return 32;
+        default: return 0;
+    }
 }
 
 int subtypeFor(SampleEncoding encoding) {
@@ -177,6 +209,7 @@ InputFile::InputFile(const std::string& path, const FileFormat& format, Truncate
                        describeContainer() + ")");
     }
     requireRepresentableRate();
+    packedBits = packedDepthOf(file, sfInfo.format);
     if (logShowsShortAudioChunk(file)) {
         cutShort = true;
         if (truncation == TruncatedInput::Salvage) return;
@@ -249,6 +282,7 @@ sf_count_t InputFile::readStereo(double* samples, sf_count_t frames) {
 }
 
 sf_count_t InputFile::readStereoPcm(unsigned char* bytes, sf_count_t frames, int bits) {
+    if (bits == packedBits) return readPacked(bytes, frames);
     const size_t needed = static_cast<size_t>(frames * sfInfo.channels);
     if (stored.size() < needed) stored.resize(needed);
     const sf_count_t got = lostDecoder ? 0 : counted(sf_readf_int(file, stored.data(), frames));
@@ -258,6 +292,23 @@ sf_count_t InputFile::readStereoPcm(unsigned char* bytes, sf_count_t frames, int
         packSample(frame[0], bits, bytes + (2 * f) * width);
         packSample(frame[sfInfo.channels - 1], bits, bytes + (2 * f + 1) * width);
     }
+    return got;
+}
+
+// Straight from the file into the block; mono spreads in place from the
+// back, so nothing is overwritten unread.
+sf_count_t InputFile::readPacked(unsigned char* bytes, sf_count_t frames) {
+    if (lostDecoder) return 0;
+    const size_t width = static_cast<size_t>(packedBits / 8);
+    const sf_count_t frameBytes = sfInfo.channels * static_cast<sf_count_t>(width);
+    const sf_count_t got = counted(sf_read_raw(file, bytes, frames * frameBytes) / frameBytes);
+    if (sfInfo.channels == 1)
+        for (size_t i = static_cast<size_t>(got); i-- > 0;) {
+            unsigned char sample[4];
+            std::memcpy(sample, bytes + i * width, width);
+            std::memcpy(bytes + 2 * i * width, sample, width);
+            std::memcpy(bytes + (2 * i + 1) * width, sample, width);
+        }
     return got;
 }
 
@@ -395,6 +446,7 @@ OutputFile::OutputFile(const std::string& path, int rate, SampleEncoding encodin
         throw CliError("cannot write " + path + ": " + withoutFullStop(sf_strerror(nullptr)));
     }
     scaleIntegersIntoFloats();
+    notePackedStorage(info.format);
 }
 
 // Standard output redirected to a file is written as that file; a pipe gets
@@ -413,6 +465,7 @@ void OutputFile::openStandardOutput(SF_INFO& info) {
     if (file == nullptr)
         throw CliError("cannot write to standard output: " + withoutFullStop(sf_strerror(nullptr)));
     scaleIntegersIntoFloats();
+    notePackedStorage(info.format);
     if (sink) {
         sf_command(file, SFC_UPDATE_HEADER_NOW, nullptr, 0);
         sink->release();
@@ -423,6 +476,10 @@ void OutputFile::openStandardOutput(SF_INFO& info) {
 // would; unscaled they would come out 2^31 times too large.
 void OutputFile::scaleIntegersIntoFloats() {
     if (fileBits == 0) sf_command(file, SFC_SET_SCALE_INT_FLOAT_WRITE, nullptr, SF_TRUE);
+}
+
+void OutputFile::notePackedStorage(int format) {
+    storesPacked = fileBits != 0 && packedDepthOf(file, format) == fileBits;
 }
 
 OutputFile::~OutputFile() {
@@ -446,7 +503,7 @@ double OutputFile::triangularNoise() {
         noiseState ^= noiseState >> 12;
         noiseState ^= noiseState << 25;
         noiseState ^= noiseState >> 27;
-        return std::ldexp(static_cast<double>((noiseState * 0x2545F4914F6CDD1Du) >> 11), -53);
+        return static_cast<double>((noiseState * 0x2545F4914F6CDD1Du) >> 11) * 0x1p-53;
     };
     const double first = uniform();
     return first - uniform();
@@ -472,7 +529,8 @@ void OutputFile::writeStereo(const double* stereo, sf_count_t frames) {
     }
     const size_t count = static_cast<size_t>(fileChannels * frames);
     if (unpacked.size() < count) unpacked.resize(count);
-    for (size_t i = 0; i < count; ++i) unpacked[i] = rounded(std::ldexp(samples[i], fileBits - 1));
+    const double steps = twoTo(fileBits - 1);
+    for (size_t i = 0; i < count; ++i) unpacked[i] = rounded(samples[i] * steps);
     written(frames, sf_writef_int(file, unpacked.data(), frames));
 }
 
@@ -480,6 +538,12 @@ void OutputFile::writeStereo(const double* stereo, sf_count_t frames) {
 // offsets the audio by half a step; the nearest step of the file's depth
 // instead. Folding to mono works in steps too, so equal channels stay exact.
 void OutputFile::writeStereoPcm(const unsigned char* bytes, sf_count_t frames, int bits) {
+    if (storesPacked && fileChannels == 2 && bits == fileBits) {
+        const sf_count_t length = 2 * frames * (bits / 8);
+        errno = 0;
+        written(length, sf_write_raw(file, bytes, length));
+        return;
+    }
     const size_t count = static_cast<size_t>(fileChannels * frames);
     if (unpacked.size() < count) unpacked.resize(count);
     const bool narrowing = fileBits != 0 && fileBits < bits;

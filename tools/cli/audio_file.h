@@ -70,9 +70,12 @@ private:
     void requireRepresentableRate();
     sf_count_t counted(sf_count_t frames);
 
+    sf_count_t readPacked(unsigned char* bytes, sf_count_t frames);
+
     std::string filePath;
     SF_INFO sfInfo{};
     SNDFILE* file = nullptr;
+    int packedBits = 0;  // the depth whose samples the file stores as we pack them; 0: none
     sf_count_t framesRead = 0;
     TruncatedInput truncation;
     bool cutShort = false;     // salvaging: the audio ends early
@@ -112,6 +115,7 @@ public:
 private:
     void written(sf_count_t wanted, sf_count_t done);
     void scaleIntegersIntoFloats();
+    void notePackedStorage(int format);
     const double* foldedToMono(const double* stereo, sf_count_t frames);
     void openStandardOutput(SF_INFO& info);
     // A sample as steps of the file's depth, dithered if asked, left-justified.
@@ -122,7 +126,8 @@ private:
     std::string tempPath;
     SNDFILE* file = nullptr;
     int syncFd = -1;
-    int fileBits = 0;  // the integer depth written, 0 for float
+    int fileBits = 0;           // the integer depth written, 0 for float
+    bool storesPacked = false;  // the file's samples are stored as we pack them
     int fileChannels = 2;
     bool dithering = false;
     uint64_t noiseState = 0x9E3779B97F4A7C15u;

@@ -74,10 +74,10 @@ LaneHistory sHistory48k[kLowRateBands];
 LaneHistory sHistory88k[kBands];
 LaneHistory sHistory96k[kBands];
 
-template <int Sections>
+template <int Sections, int SectionsPerVector>
 QUORVEX_KERNEL_INLINE void pipelineFrames(const dsp::SectionCoeffs* coeffs, LaneHistory* history,
                                           const double* x, double* y, int frames) {
-    effects::SectionPipeline<Sections>(coeffs, history).run(x, y, frames);
+    effects::SectionPipeline<Sections, SectionsPerVector>(coeffs, history).run(x, y, frames);
 }
 
 #ifdef QUORVEX_WIDE_KERNELS
@@ -86,14 +86,14 @@ const bool kWideSections = framework::wideKernelsRun();
 template <int Sections>
 QUORVEX_WIDE_TARGET void pipelineFramesWide(const dsp::SectionCoeffs* coeffs, LaneHistory* history,
                                             const double* x, double* y, int frames) {
-    pipelineFrames<Sections>(coeffs, history, x, y, frames);
+    pipelineFrames<Sections, 2>(coeffs, history, x, y, frames);
 }
 #endif
 
 template <int Sections>
 void pipelineFramesPlain(const dsp::SectionCoeffs* coeffs, LaneHistory* history, const double* x,
                          double* y, int frames) {
-    pipelineFrames<Sections>(coeffs, history, x, y, frames);
+    pipelineFrames<Sections, 1>(coeffs, history, x, y, frames);
 }
 
 // A block through the selected sections of one rate, in the widest build the

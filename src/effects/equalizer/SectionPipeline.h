@@ -4,10 +4,12 @@
 // A cascade of sections over a block of stereo frames, skewed in time so that
 // every section's recurrence is in flight at once: at step t, section k takes
 // frame t - k. A frame-by-frame cascade waits on one section after another;
-// here the sections of a step depend only on the step before. Two sections
-// share a 256-bit vector (both channels of section 2p in the low half, of
-// section 2p + 1 in the high half), and each lane does exactly the
-// multiplications and additions, in the order, of the frame-by-frame code.
+// here the sections of a step depend only on the step before. With two
+// sections per vector, they share a 256-bit vector (both channels of section
+// 2p in the low half, of section 2p + 1 in the high half); with one, each
+// section has a 128-bit vector of its own, which builds without 256-bit
+// vectors take whole. Either way each lane does exactly the multiplications
+// and additions, in the order, of the frame-by-frame code.
 
 #include "dsp/Section.h"
 #include "dsp/StereoLanes.h"
@@ -17,8 +19,10 @@ namespace effects {
 
 using LaneHistory = dsp::SectionHistory<dsp::StereoLanes>;
 
-template <int Sections>
+template <int Sections, int SectionsPerVector>
 class SectionPipeline {
+    static_assert(SectionsPerVector == 1 || SectionsPerVector == 2, "");
+
 public:
     // `history` holds each section's state and is left as frame-by-frame
     // calls would have left it. `y` may be `x`.
@@ -28,7 +32,12 @@ public:
     QUORVEX_KERNEL_INLINE void run(const double* x, double* y, int frames) {
         if (frames <= 0) return;
         scalarSteps(x, y, frames, 0, Sections - 1);
-        if (frames >= Sections) pairedSteps(x, y, frames);
+        if (frames >= Sections) {
+            if constexpr (SectionsPerVector == 2)
+                pairedSteps(x, y, frames);
+            else
+                singleSteps(x, y, frames);
+        }
         scalarSteps(x, y, frames, frames > Sections - 1 ? frames : Sections - 1,
                     frames + Sections - 1);
     }
@@ -63,6 +72,28 @@ private:
                 outputs[k] = dsp::runSection(coeffs[k], history[k], in);
                 if (k == Sections - 1) dsp::storeLanes(y + 2 * frame, outputs[k]);
             }
+    }
+
+    // Steps Sections-1 .. frames-1, where every section has a frame, one
+    // section per vector.
+    QUORVEX_KERNEL_INLINE void singleSteps(const double* x, double* y, int frames) {
+        LaneHistory h[Sections];
+        dsp::StereoLanes out[Sections];
+        for (int k = 0; k < Sections; ++k) {
+            h[k] = history[k];
+            out[k] = outputs[k];
+        }
+        for (int t = Sections - 1; t < frames; ++t) {
+            dsp::StereoLanes in[Sections];
+            in[0] = dsp::loadLanes(x + 2 * t);
+            for (int k = 1; k < Sections; ++k) in[k] = out[k - 1];
+            for (int k = 0; k < Sections; ++k) out[k] = dsp::runSection(coeffs[k], h[k], in[k]);
+            dsp::storeLanes(y + 2 * (t - Sections + 1), out[Sections - 1]);
+        }
+        for (int k = 0; k < Sections; ++k) {
+            history[k] = h[k];
+            outputs[k] = out[k];
+        }
     }
 
     // Steps Sections-1 .. frames-1, where every section has a frame, in pairs.
