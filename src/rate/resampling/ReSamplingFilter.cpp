@@ -274,12 +274,15 @@ bool buildGroup(int phase, int up, int down, int* row) {
     GroupShape& shape = s_groupShape[phase];
     shape = {*row, 0};
     for (int g = 0; g < kGroupOutputs; ++g, advance(b, up, down)) {
+        // Windows only move on, so checking each end in 64 bits before it
+        // is narrowed bounds every step index below; a large down factor
+        // runs past the rows within a few outputs.
+        if (b.last + 1 > kGroupRows - *row) return false;
         begin[g] = static_cast<int>(b.first);
         end[g] = static_cast<int>(b.last + 1);
         phases[g] = -b.firstRemainder;
         shape.steps = end[g] > shape.steps ? end[g] : shape.steps;
     }
-    if (shape.steps > kGroupRows - *row) return false;
     for (int step = 0; step < shape.steps; ++step) {
         for (int g = 0; g < kGroupOutputs; ++g) {
             const int j = step - begin[g];

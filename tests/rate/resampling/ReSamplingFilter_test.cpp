@@ -131,13 +131,24 @@ TEST(ReSamplingReference, RatePairsRingWrapRateChangesAndResetsBitForBit) {
     expectSameAsReference(5, 96000, {{1}, {2}, {-1}, {4, 0, true}, {1}});
 }
 
+// The last pair has a down factor of 2^31 - 1: the per-phase tap rows cannot
+// hold its windows, and finding that out must not overflow.
 TEST(ReSamplingInit, CommonMultiplesOfRatePairs) {
     const struct {
         int in, out, multiple;
-    } pairs[] = {{44100, 48000, 7056000},  {48000, 44100, 7056000},  {44100, 96000, 14112000},
-                 {22050, 96000, 14112000}, {32000, 44100, 14112000}, {44100, 32000, 14112000},
-                 {8000, 44100, 3528000},   {48000, 48000, 48000},    {44100, 44101, -1},
-                 {0, 48000, -1},           {48000, -1, -1},          {2000000000, 3, -1}};
+    } pairs[] = {{44100, 48000, 7056000},
+                 {48000, 44100, 7056000},
+                 {44100, 96000, 14112000},
+                 {22050, 96000, 14112000},
+                 {32000, 44100, 14112000},
+                 {44100, 32000, 14112000},
+                 {8000, 44100, 3528000},
+                 {48000, 48000, 48000},
+                 {44100, 44101, -1},
+                 {0, 48000, -1},
+                 {48000, -1, -1},
+                 {2000000000, 3, -1},
+                 {2147483647, 1, 2147483647}};
     for (const auto& p : pairs) {
         EXPECT_EQ(ReSamplingFilterInit(p.in, p.out), p.multiple < 0 ? -1 : 0)
             << p.in << " " << p.out;
