@@ -21,6 +21,7 @@
 #include <quorvex/fft.h>
 
 #include <quorvex/DownSamplingFilter.h>
+#include <quorvex/CleanResampler.h>
 #include <quorvex/ReSamplingFilter.h>
 #include <quorvex/UpSamplingFilter.h>
 #include <quorvex/Velmo.h>
