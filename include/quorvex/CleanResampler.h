@@ -18,7 +18,7 @@ namespace quorvex {
 //
 // Every instance keeps its own state, so several may run at once on
 // different threads. Rates from 8 kHz to 384 kHz convert when their ratio
-// reduces to terms the filter table can hold (up to 8192 phases); equal
+// reduces to terms the filter table can hold (kMostRatioTerm); equal
 // rates pass the samples through untouched. The input rate follows the
 // blocks: a block at a new rate sets the converter up again for it, which is
 // the only time it allocates.
@@ -32,6 +32,11 @@ public:
     ~CleanResampler() override;
     CleanResampler(const CleanResampler&) = delete;
     CleanResampler& operator=(const CleanResampler&) = delete;
+
+    // The rates it takes, and the largest term of a reduced rate ratio.
+    static constexpr int kLowestRate = 8000;
+    static constexpr int kHighestRate = 384000;
+    static constexpr int kMostRatioTerm = 8192;
 
     // Whether the converter takes `inRate` to `outRate`.
     static bool converts(int inRate, int outRate);

@@ -20,8 +20,8 @@
 #include <quorvex/SurroundFilter.h>
 #include <quorvex/fft.h>
 
-#include <quorvex/DownSamplingFilter.h>
 #include <quorvex/CleanResampler.h>
+#include <quorvex/DownSamplingFilter.h>
 #include <quorvex/ReSamplingFilter.h>
 #include <quorvex/UpSamplingFilter.h>
 #include <quorvex/Velmo.h>

@@ -61,8 +61,8 @@ Push filterPush(std::shared_ptr<Filter> filter, int inRate, int outRate) {
 Push soxrPush(int inRate, int outRate) {
     const soxr_io_spec_t io = soxr_io_spec(SOXR_FLOAT64_I, SOXR_FLOAT64_I);
     const soxr_quality_spec_t quality = soxr_quality_spec(SOXR_HQ, 0);
-    std::shared_ptr<soxr> converter(soxr_create(inRate, outRate, 2, nullptr, &io, &quality, nullptr),
-                                    soxr_delete);
+    std::shared_ptr<soxr> converter(
+        soxr_create(inRate, outRate, 2, nullptr, &io, &quality, nullptr), soxr_delete);
     auto output = std::make_shared<std::vector<double>>(
         2 * (kBlockFrames * static_cast<long>(outRate) / inRate + 64));
     return [=](std::vector<double>& block, std::vector<double>& left) {
@@ -96,9 +96,7 @@ struct Spectrum {
     double power(int k) const { return re[k] * re[k] + im[k] * im[k]; }
 };
 
-int binOf(double hz, int outRate) {
-    return static_cast<int>(std::lround(hz * kFftSize / outRate));
-}
+int binOf(double hz, int outRate) { return static_cast<int>(std::lround(hz * kFftSize / outRate)); }
 
 // kFftSize outputs after the settling ones, for an input of
 // amplitude x sin(2 pi hz t) + offset.
@@ -129,7 +127,7 @@ Spectrum spectrumOf(std::vector<double> samples, int outRate) {
 double dB(double powerRatio) { return 10.0 * std::log10(powerRatio); }
 
 struct Figures {
-    double passDeviation = 0.0;  // dB
+    double passDeviation = 0.0;   // dB
     double phaseDeviation = 0.0;  // degrees
     double images = -1000.0;      // dB relative to the input
     double thdPlusNoise = 0.0;    // dB

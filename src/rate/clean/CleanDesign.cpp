@@ -48,7 +48,9 @@ double prototype(double t, double cutoff, double halfSpan) {
 }  // namespace
 
 Design designFor(int inRate, int outRate) {
-    const auto inRange = [](int rate) { return rate >= kLowestRate && rate <= kHighestRate; };
+    const auto inRange = [](int rate) {
+        return rate >= CleanResampler::kLowestRate && rate <= CleanResampler::kHighestRate;
+    };
     if (!inRange(inRate) || !inRange(outRate)) return {};
     const int divisor = std::gcd(inRate, outRate);
     Design d;
@@ -61,7 +63,9 @@ Design designFor(int inRate, int outRate) {
     const double width = (1.0 - kPassFraction) * lowerNyquist / inRate;
     const int groups = static_cast<int>(std::ceil(kaiserLength(width) / kTapGroup));
     d.taps = groups * kTapGroup;
-    if (d.up > kMostPhases || static_cast<long>(d.up) * d.taps > kMostTableTaps) return {};
+    if (d.up > CleanResampler::kMostRatioTerm || d.down > CleanResampler::kMostRatioTerm ||
+        static_cast<long>(d.up) * d.taps > kMostTableTaps)
+        return {};
     return d;
 }
 

@@ -5,15 +5,14 @@
 // axis at the rates' least common multiple, cut into one run of taps per
 // output phase.
 
+#include <quorvex/CleanResampler.h>
+
 #include <vector>
 
 namespace quorvex::clean {
 
-inline constexpr int kLowestRate = 8000;
-inline constexpr int kHighestRate = 384000;
 // Taps come in groups of this many, the width of the kernel's lanes.
 inline constexpr int kTapGroup = 8;
-inline constexpr int kMostPhases = 8192;
 inline constexpr long kMostTableTaps = 1L << 22;
 
 // A rate pair reduced to its ratio and the filter that converts it.
@@ -26,8 +25,8 @@ struct Design {
 };
 
 // The design for a rate pair, or one with up == 0 when the pair does not
-// convert (a rate outside 8 kHz .. 384 kHz, too many phases, too large a
-// table).
+// convert (a rate outside the converter's range, a ratio term beyond
+// kMostRatioTerm, too large a table).
 Design designFor(int inRate, int outRate);
 
 // The phase table: run p (of d.taps taps, oldest input first) weights the
