@@ -1,9 +1,11 @@
-// Both rate converters over arbitrary rates and block sequences, with their
-// output counts: the decimator gives half of every block, the resampler never
+// The rate converters over arbitrary rates and block sequences, with their
+// output counts: the decimator gives half of every block, the resamplers never
 // more than a block's share and, over a stream at a fixed rate pair, exactly
-// the input frames times the rate ratio, rounded down.
+// the input frames times the rate ratio, rounded down. The clean converter's
+// input rate changes now and then, starting a new stream.
 #include "FuzzSupport.h"
 
+#include <quorvex/CleanResampler.h>
 #include <quorvex/DownSamplingFilter.h>
 #include <quorvex/ReSamplingFilter.h>
 
@@ -57,6 +59,32 @@ void resample(FuzzedDataProvider& bytes, ReSamplingFilter& filter, int inRate, i
     fuzz::require(stream.outFrames == stream.inFrames * outRate / inRate, "stream output count");
 }
 
+struct CleanStream {
+    int inRate;
+    Stream counts;
+};
+
+void cleanResample(FuzzedDataProvider& bytes, quorvex::CleanResampler& filter, int outRate,
+                   CleanStream& stream) {
+    if (bytes.ConsumeIntegralInRange<int>(0, 15) == 0) stream = {fuzz::sampleRate(bytes), {}};
+    fuzz::InputBlock in(bytes, kMaxBlock, stream.inRate, fuzz::bitDepth(bytes));
+    const int64_t inFrames = stream.counts.inFrames + in.buffer.length / 2;
+    const int64_t due = 2 * (inFrames * outRate / stream.inRate - stream.counts.outFrames);
+    const int capacity = static_cast<int>(
+        std::clamp<int64_t>(due + bytes.ConsumeIntegralInRange<int>(-2, 2), 0, kMaxOutput));
+    fuzz::GuardedOutput out(capacity);
+    out.snapshot();
+    const int result = filter.process(&in.buffer, out.get());
+    const bool converts = quorvex::CleanResampler::converts(stream.inRate, outRate);
+    fuzz::require(result == (converts && capacity >= due ? 0 : -1), "clean resampler result");
+    if (result == -1)
+        return fuzz::require(out.untouched(), "refused clean resampling wrote nothing");
+    fuzz::require(out.withinCapacity() && out.get()->length == due, "clean resampler length");
+    fuzz::require(out.get()->sampleRate == outRate, "clean resampler rate");
+    stream.counts.inFrames = inFrames;
+    stream.counts.outFrames += due / 2;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -68,9 +96,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const bool convertible = ReSamplingFilterInit(inRate, outRate) == 0;
     ReSamplingFilter resampler(inRate, 24, outRate, 24);
     Stream stream;
+    quorvex::CleanResampler clean(inRate, outRate, 24);
+    CleanStream cleanStream{inRate, {}};
     while (bytes.remaining_bytes() > 0) {
         if (bytes.ConsumeBool())
             decimate(bytes, decimator);
+        else if (bytes.ConsumeBool())
+            cleanResample(bytes, clean, outRate, cleanStream);
         else if (convertible)
             resample(bytes, resampler, inRate, outRate, stream);
         else

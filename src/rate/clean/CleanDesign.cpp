@@ -37,13 +37,20 @@ double besselI0(double x) {
 // The prototype at `t` input periods from its centre: an ideal low-pass with
 // its edge at `cutoff` (cycles per input period) under a Kaiser window
 // reaching to +-halfSpan.
-double prototype(double t, double cutoff, double halfSpan) {
-    const double x = t / halfSpan;
-    if (x <= -1.0 || x >= 1.0) return 0.0;
-    const double sinc = t == 0.0 ? 1.0 : std::sin(2.0 * kPi * cutoff * t) / (kPi * t);
-    const double window = besselI0(kaiserBeta() * std::sqrt(1.0 - x * x)) / besselI0(kaiserBeta());
-    return (t == 0.0 ? 2.0 * cutoff : sinc) * window;
-}
+struct Prototype {
+    double cutoff;
+    double halfSpan;
+    double beta = kaiserBeta();
+    double windowScale = 1.0 / besselI0(kaiserBeta());
+
+    double at(double t) const {
+        const double x = t / halfSpan;
+        if (x <= -1.0 || x >= 1.0) return 0.0;
+        const double lowPass =
+            t == 0.0 ? 2.0 * cutoff : std::sin(2.0 * kPi * cutoff * t) / (kPi * t);
+        return lowPass * besselI0(beta * std::sqrt(1.0 - x * x)) * windowScale;
+    }
+};
 
 }  // namespace
 
@@ -71,8 +78,7 @@ Design designFor(int inRate, int outRate) {
 
 std::vector<float> phaseTable(const Design& d, int inRate, int outRate) {
     const double lowerNyquist = 0.5 * std::min(inRate, outRate);
-    const double cutoff = 0.5 * (1.0 + kPassFraction) * lowerNyquist / inRate;
-    const double halfSpan = 0.5 * d.taps;
+    const Prototype prototype{0.5 * (1.0 + kPassFraction) * lowerNyquist / inRate, 0.5 * d.taps};
     std::vector<float> table(static_cast<size_t>(d.up) * d.taps);
     std::vector<double> run(d.taps);
     for (int p = 0; p < d.up; ++p) {
@@ -81,7 +87,7 @@ std::vector<float> phaseTable(const Design& d, int inRate, int outRate) {
         const double offset = static_cast<double>(p) / d.up;
         double sum = 0.0;
         for (int j = 0; j < d.taps; ++j) {
-            run[j] = prototype(offset + (halfSpan - 1 - j), cutoff, halfSpan);
+            run[j] = prototype.at(offset + (prototype.halfSpan - 1 - j));
             sum += run[j];
         }
         for (int j = 0; j < d.taps; ++j)
