@@ -124,9 +124,10 @@ int CleanResampler::process(const RealAudioBuffer* in, RealAudioBuffer* out) {
     const int frames = in->length / 2;
     const int64_t produced = state->outputFrames(frames);
     if (out->capacity < 2 * produced) return -1;
-    if (state->design.passThrough())
+    // An empty block may come as a view without an array.
+    if (frames > 0 && state->design.passThrough())
         std::memmove(out->data, in->data, 2 * frames * sizeof(double));
-    else
+    else if (frames > 0)
         state->convert(in->data, frames, out->data);
     out->length = static_cast<int>(2 * produced);
     out->sampleRate = state->outRate;
