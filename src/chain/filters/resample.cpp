@@ -89,10 +89,11 @@ FilterEntry resampleEntry() {
                 "resample",
                 "converts to a fixed rate; the clean engine (default) is linear-phase, flat to "
                 "0.9 x the lower Nyquist frequency and 120 dB down beyond it, up or down by any "
-                "ratio; engine=exact is the library's windowed-sinc converter bit for bit (pass "
+                "ratio whose terms reduce to 8192 or less; engine=exact is the library's "
+                "windowed-sinc converter bit for bit (pass "
                 "band to 0.44 x the output rate, so it raises the rate by at most 1.136x)",
                 "any rate in, the given rate out",
-                "exact engine's converter (filter table and input history)",
+                "converter when engine=exact (filter table and input history)",
                 "rate",
                 {
                     wholeParam("rate", CleanResampler::kLowestRate, CleanResampler::kHighestRate,
