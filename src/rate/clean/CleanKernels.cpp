@@ -10,6 +10,7 @@ namespace quorvex::clean {
 namespace {
 
 typedef float Lanes __attribute__((vector_size(kTapGroup * sizeof(float))));
+typedef float Quad __attribute__((vector_size(4 * sizeof(float))));
 
 // Lanes pass by reference only: by value they would take a different
 // calling convention in the wide build.
@@ -21,9 +22,25 @@ QUORVEX_KERNEL_INLINE void addProducts(Lanes& acc, const Lanes& h, const float* 
 
 QUORVEX_KERNEL_INLINE void loadTaps(Lanes& h, const float* p) { std::memcpy(&h, p, sizeof h); }
 
-QUORVEX_KERNEL_INLINE float lanesSum(const Lanes& a, const Lanes& b) {
-    const Lanes s = a + b;
-    return ((s[0] + s[4]) + (s[2] + s[6])) + ((s[1] + s[5]) + (s[3] + s[7]));
+QUORVEX_KERNEL_INLINE void foldHalves(Quad& folded, const Lanes& s) {
+    Quad low, high;
+    std::memcpy(&low, &s, sizeof low);
+    std::memcpy(&high, reinterpret_cast<const char*>(&s) + sizeof low, sizeof high);
+    folded = low + high;
+}
+
+// Each channel's lane sets added, then its lanes in one fixed order,
+// ((s0 + s4) + (s2 + s6)) + ((s1 + s5) + (s3 + s7)), both channels at once.
+QUORVEX_KERNEL_INLINE void stereoSums(const Lanes& l0, const Lanes& l1, const Lanes& r0,
+                                      const Lanes& r1, double* out) {
+    Quad l, r;
+    foldHalves(l, l0 + l1);
+    foldHalves(r, r0 + r1);
+    const Quad evens = {l[0], l[1], r[0], r[1]};
+    const Quad odds = {l[2], l[3], r[2], r[3]};
+    const Quad pairs = evens + odds;
+    out[0] = pairs[0] + pairs[1];
+    out[1] = pairs[2] + pairs[3];
 }
 
 QUORVEX_KERNEL_INLINE void produce(const Plan& plan, const float* left, const float* right,
@@ -52,8 +69,7 @@ QUORVEX_KERNEL_INLINE void produce(const Plan& plan, const float* left, const fl
             addProducts(l0, h0, l + j);
             addProducts(r0, h0, r + j);
         }
-        out[2 * n] = lanesSum(l0, l1);
-        out[2 * n + 1] = lanesSum(r0, r1);
+        stereoSums(l0, l1, r0, r1, out + 2 * n);
 
         cursor.first += plan.stepFrames;
         cursor.phase += plan.stepPhase;
