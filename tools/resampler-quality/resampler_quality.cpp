@@ -129,9 +129,9 @@ double dB(double powerRatio) { return 10.0 * std::log10(powerRatio); }
 struct Figures {
     double passDeviation = 0.0;   // dB
     double phaseDeviation = 0.0;  // degrees
-    double images = -1000.0;      // dB relative to the input
+    double images = -INFINITY;    // dB relative to the input
     double thdPlusNoise = 0.0;    // dB
-    double constant = -1000.0;    // dB
+    double constant = -INFINITY;  // dB; -inf when exact
 };
 
 double largestOtherThan(const Spectrum& s, int bin) {
@@ -198,7 +198,7 @@ void measureThdPlusNoise(const Engine& engine, int inRate, int outRate, Figures&
 void measureConstant(const Engine& engine, int inRate, int outRate, Figures& f) {
     const double level = 0.5;
     for (double y : convert(engine, inRate, outRate, 0.0, 0.0, level))
-        f.constant = std::max(f.constant, 20.0 * std::log10(std::abs(y - level) / level + 1e-300));
+        f.constant = std::max(f.constant, 20.0 * std::log10(std::abs(y - level) / level));
 }
 
 }  // namespace
@@ -206,8 +206,8 @@ void measureConstant(const Engine& engine, int inRate, int outRate, Figures& f) 
 int main() {
     const int pairs[][2] = {
         {44100, 48000}, {48000, 44100}, {44100, 96000}, {96000, 44100}, {96000, 48000}};
-    std::printf("%-16s %-8s %12s %10s %10s %10s %10s\n", "rates (Hz)", "engine", "pass (dB)",
-                "phase (o)", "images", "THD+N", "constant");
+    std::printf("%-16s %-8s %12s %10s %10s %10s %10s\n", "rates (Hz)", "engine", "pass dB",
+                "phase deg", "images dB", "THD+N dB", "const dB");
     for (const auto& pair : pairs) {
         for (const Engine& engine : kEngines) {
             Figures f;
