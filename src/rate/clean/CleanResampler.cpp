@@ -40,8 +40,8 @@ struct CleanResampler::State {
         table = clean::phaseTable(design, inRate, outRate);
         // Past a piece the history keeps one window and the step of an output.
         const size_t frames = design.taps + design.down / design.up + 2 + kPieceFrames;
-        left.assign(frames, 0.0f);
-        right.assign(frames, 0.0f);
+        left.resize(frames);
+        right.resize(frames);
         clear();
     }
 
