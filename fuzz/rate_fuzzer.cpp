@@ -1,11 +1,13 @@
-// Both rate converters over arbitrary rates and block sequences, with their
-// output counts: the decimator gives half of every block, the resampler never
+// The rate converters over arbitrary rates and block sequences, with their
+// output counts: the decimator gives half of every block, the resamplers never
 // more than a block's share and, over a stream at a fixed rate pair, exactly
 // the input frames times the rate ratio, rounded down. Streams change rate
 // and restart midway, and now and then one runs long enough to wrap the
-// resampler's input ring and to be cut into pieces.
+// resampler's input ring and to be cut into pieces. The clean converter's
+// input rate changes now and then, starting a new stream.
 #include "FuzzSupport.h"
 
+#include <quorvex/CleanResampler.h>
 #include <quorvex/DownSamplingFilter.h>
 #include <quorvex/ReSamplingFilter.h>
 
@@ -148,6 +150,32 @@ void refusals(ReSamplingFilter& filter, Stream& stream) {
                   "no parameters");
 }
 
+struct CleanStream {
+    int inRate;
+    Stream counts;
+};
+
+void cleanResample(FuzzedDataProvider& bytes, quorvex::CleanResampler& filter, int outRate,
+                   CleanStream& stream) {
+    if (bytes.ConsumeIntegralInRange<int>(0, 15) == 0) stream = {fuzz::sampleRate(bytes), {}};
+    fuzz::InputBlock in(bytes, kMaxBlock, stream.inRate, fuzz::bitDepth(bytes));
+    const int64_t inFrames = stream.counts.inFrames + in.buffer.length / 2;
+    const int64_t due = 2 * (inFrames * outRate / stream.inRate - stream.counts.outFrames);
+    const int capacity = static_cast<int>(
+        std::clamp<int64_t>(due + bytes.ConsumeIntegralInRange<int>(-2, 2), 0, kMaxOutput));
+    fuzz::GuardedOutput out(capacity);
+    out.snapshot();
+    const int result = filter.process(&in.buffer, out.get());
+    const bool converts = quorvex::CleanResampler::converts(stream.inRate, outRate);
+    fuzz::require(result == (converts && capacity >= due ? 0 : -1), "clean resampler result");
+    if (result == -1)
+        return fuzz::require(out.untouched(), "refused clean resampling wrote nothing");
+    fuzz::require(out.withinCapacity() && out.get()->length == due, "clean resampler length");
+    fuzz::require(out.get()->sampleRate == outRate, "clean resampler rate");
+    stream.counts.inFrames = inFrames;
+    stream.counts.outFrames += due / 2;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -161,6 +189,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // Rates without a usable common multiple leave the converter as it was.
     const bool convertible = commonMultiple(stream.inRate, stream.outRate) != 0;
     ReSamplingFilter resampler(stream.inRate, 24, stream.outRate, 24);
+    quorvex::CleanResampler clean(stream.inRate, stream.outRate, 24);
+    CleanStream cleanStream{stream.inRate, {}};
     while (bytes.remaining_bytes() > 0) {
         const int choice = bytes.ConsumeIntegralInRange<int>(0, 255);
         if (choice < 96) {
@@ -173,6 +203,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                           "the decimator has no parameters");
             if (convertible) resampler.reset();
             stream.restart(stream.inRate);
+        } else if (choice < 144) {
+            cleanResample(bytes, clean, stream.outRate, cleanStream);
         } else if (!convertible) {
             continue;
         } else if (choice < 224) {

@@ -20,6 +20,7 @@
 #include <quorvex/SurroundFilter.h>
 #include <quorvex/fft.h>
 
+#include <quorvex/CleanResampler.h>
 #include <quorvex/DownSamplingFilter.h>
 #include <quorvex/ReSamplingFilter.h>
 #include <quorvex/UpSamplingFilter.h>

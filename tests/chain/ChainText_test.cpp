@@ -104,9 +104,12 @@ TEST(ChainText, BuiltChainsRefuseStreamsTheyCannotWorkOn) {
          {44100, 32},
          "velmo enhances 16- and 24-bit sources, not this 32-bit one (enhance=off interpolates at "
          "any depth)"},
-        {"resample:44101", cd,
+        {"resample:44101,engine=exact", cd,
          "resample: 44100 and 44101 Hz have no common multiple within 1023 multiples of the higher "
          "rate; choose a rounder rate"},
+        {"resample:44101", cd,
+         "resample: 44100 Hz does not convert to 44101 Hz: both rates must lie within 8000 and "
+         "384000 Hz and their ratio must reduce to terms of at most 8192; choose a rounder rate"},
         {"hold:bits=24",
          {44100, 32},
          "hold changes rate and depth of 16- and 24-bit PCM only; this source is 32-bit"},
@@ -117,11 +120,11 @@ TEST(ChainText, BuiltChainsRefuseStreamsTheyCannotWorkOn) {
         {"hold",
          {1073741824, 16},
          "a chain takes rates from 1 to 1073741823 Hz, not 1073741824 Hz"},
-        {"resample:96000", cd,
-         "resample: raising 44100 Hz to 96000 Hz would leave images of the input, because "
-         "the converter's pass band reaches 42240 Hz, above the 22050 Hz the input holds; it "
-         "raises the rate cleanly up to 50113 Hz; to go higher put velmo:enhance=off first, a "
-         "clean 2x interpolator"},
+        {"resample:96000,engine=exact", cd,
+         "resample: raising 44100 Hz to 96000 Hz with engine=exact would leave images of the "
+         "input, because that converter's pass band reaches 42240 Hz, above the 22050 Hz the "
+         "input holds; it raises the rate cleanly up to 50113 Hz; to go higher use the clean "
+         "engine or put velmo:enhance=off first, a clean 2x interpolator"},
     };
     for (const auto& refusal : refusals)
         EXPECT_EQ(messageOf<qc::StreamError>([&] { qc::Chain(refusal.text, refusal.input); }),
@@ -148,7 +151,7 @@ TEST(ChainText, RatesThatCannotBeDoubledAreRefused) {
 }
 
 // A rate refusal names what to put first, and that chain builds: resample
-// where it reaches a rate the filter takes cleanly (a whole ratio first, then
+// where it reaches a rate the filter takes (a whole ratio first, then
 // the nearest), velmo:enhance=off where doubling does or must come first.
 TEST(ChainText, RateRefusalsNameStepsThatWork) {
     const struct {
@@ -158,11 +161,12 @@ TEST(ChainText, RateRefusalsNameStepsThatWork) {
     } cases[] = {
         {"velmo", 88200, "resample:44100"},
         {"velmo", 50000, "resample:48000"},
-        {"velmo", 32000, ""},  // velmo cannot come before itself, resample cannot rise that far
+        {"velmo", 32000, "resample:44100"},
         {"eq", 22050, "velmo:enhance=off"},
         {"eq", 176400, "resample:88200"},
-        {"eq", 32000, "velmo:enhance=off resample:48000"},
-        {"eq", 16000, ""},
+        {"eq", 32000, "resample:96000"},
+        {"eq", 4000, "velmo:enhance=off resample:48000"},  // below the converter's range
+        {"eq", 2000, ""},
         {"surround", 64000, "resample:48000"},
         {"eq:32k=+3", 48000, "velmo:enhance=off"},
     };
@@ -181,9 +185,9 @@ TEST(ChainText, RateRefusalsNameStepsThatWork) {
     }
 }
 
-// The converter's pass band ends at 0.44 x its output rate: raising the rate
-// past 25/22 of the input would pass the input's images, so the chain stops
-// there, to the hertz.
+// The exact converter's pass band ends at 0.44 x its output rate: raising the
+// rate past 25/22 of the input would pass the input's images, so the chain
+// stops there, to the hertz. The clean engine filters any rise.
 TEST(ChainText, ResampleRaisesTheRateOnlyAsFarAsItFiltersCleanly) {
     const struct {
         int from, to;
@@ -193,7 +197,7 @@ TEST(ChainText, ResampleRaisesTheRateOnlyAsFarAsItFiltersCleanly) {
         {48000, 96000, false}, {96000, 44100, true},  {44100, 44100, true},
     };
     for (const auto& rise : rises) {
-        const std::string text = "resample:" + std::to_string(rise.to);
+        const std::string text = "resample:" + std::to_string(rise.to) + ",engine=exact";
         const std::string message = messageOf<qc::StreamError>([&] {
             qc::Chain(text, qc::StreamFormat{rise.from, 16});
         });
@@ -201,7 +205,8 @@ TEST(ChainText, ResampleRaisesTheRateOnlyAsFarAsItFiltersCleanly) {
             << rise.from << " to " << rise.to << ": " << message;
     }
     // Doubled first, the rate may then go anywhere the converter filters cleanly.
-    EXPECT_NO_THROW(qc::Chain("velmo:enhance=off resample:96000", {44100, 16}));
+    EXPECT_NO_THROW(qc::Chain("velmo:enhance=off resample:96000,engine=exact", {44100, 16}));
+    EXPECT_NO_THROW(qc::Chain("resample:384000", {8000, 16}));
 }
 
 // Each filter hands on the format the next one is built for, and the chain

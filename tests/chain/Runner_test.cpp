@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <memory>
 #include <vector>
 
 namespace {
@@ -149,21 +150,34 @@ TEST(DoubleRunner, MatchesTheFiltersRunByHandWhateverTheWriteSizes) {
     EXPECT_EQ(output, expected);
 }
 
-// 44.1 to 48 kHz: the converter's 4096 taps either side at the common
-// multiple of 7.056 MHz delay by 27.9 output frames, 28 once rounded. Blocks
-// here are 3822 frames (whole output frames per block); an input of whole
-// blocks leaves the tail to the flush alone.
+// 44.1 to 48 kHz: the exact converter's 4096 taps either side at the common
+// multiple of 7.056 MHz delay by 27.9 output frames, 28 once rounded; the
+// clean one by half its window. Blocks here are 3822 frames (whole output
+// frames per block); an input of whole blocks leaves the tail to the flush
+// alone.
 TEST(DoubleRunner, TrimsTheDelayOfARateChangeSoTheOutputSpansTheInput) {
-    for (const int frames : {1, 4095, 2 * 3822, 13237}) {
-        const std::vector<double> input = tones(frames, 44100, 0.5);
-        const std::vector<double> output = runDoubles("resample:48000", {44100, 16}, input);
-        const size_t span = static_cast<size_t>(frames * 48000LL / 44100);
-        ASSERT_EQ(output.size(), 2 * span) << frames;
-        const std::vector<double> expected = inFreshProcess<double>([&] {
-            ReSamplingFilter hand(44100, 16, 48000, 16);
-            return byHand(hand, input, 44100, 16, 48000, 28, span);
-        });
-        EXPECT_EQ(output, expected) << frames;
+    const double cleanDelay = quorvex::CleanResampler(44100, 48000, 16).latencySeconds() * 48000;
+    const struct {
+        const char* text;
+        long long delay;
+        std::function<std::unique_ptr<RealAudioFilter>()> make;
+    } engines[] = {
+        {"resample:48000,engine=exact", 28,
+         [] { return std::make_unique<ReSamplingFilter>(44100, 16, 48000, 16); }},
+        {"resample:48000", std::llround(cleanDelay),
+         [] { return std::make_unique<quorvex::CleanResampler>(44100, 48000, 16); }},
+    };
+    for (const auto& engine : engines) {
+        for (const int frames : {1, 4095, 2 * 3822, 13237}) {
+            const std::vector<double> input = tones(frames, 44100, 0.5);
+            const std::vector<double> output = runDoubles(engine.text, {44100, 16}, input);
+            const size_t span = static_cast<size_t>(frames * 48000LL / 44100);
+            ASSERT_EQ(output.size(), 2 * span) << engine.text << " " << frames;
+            const std::vector<double> expected = inFreshProcess<double>([&] {
+                return byHand(*engine.make(), input, 44100, 16, 48000, engine.delay, span);
+            });
+            EXPECT_EQ(output, expected) << engine.text << " " << frames;
+        }
     }
 }
 

@@ -1,7 +1,8 @@
 // A chain driven through the integer adapter allocates only on the block that
 // makes its buffers grow; a growth that fails refuses the block and keeps the
-// buffers it had.
+// buffers it had. The clean converter allocates only when it is set up.
 #include <quorvex/ALCFilter.h>
+#include <quorvex/CleanResampler.h>
 #include <quorvex/CompositionFilter.h>
 #include <quorvex/DataTypeConversionFilter.h>
 #include <quorvex/DebugFilter.h>
@@ -44,6 +45,24 @@ TEST(SteadyState, EqualBlocksThroughAChainAllocateOnlyOnTheFirst) {
     }
     EXPECT_GT(counts[0], 0);  // the counter sees the growth, so the zeros mean something
     EXPECT_EQ(std::count(counts.begin() + 1, counts.end(), 0L), 499);
+}
+
+TEST(SteadyState, TheCleanConverterAllocatesOnlyWhenSetUp) {
+    quorvex::CleanResampler clean(44100, 48000, 16);
+    DataTypeConversionFilter dtc(&clean);
+    const std::vector<unsigned char> in = pcm16(1024);
+    std::vector<unsigned char> out(2 * in.size());
+    long produced = 0;
+    std::vector<long> counts(200);
+    for (long& c : counts) {
+        const long before = allocationCount();
+        const int n = dtc.process(44100, 16, in.data(), static_cast<int>(in.size()), 48000, 16,
+                                  out.data(), static_cast<int>(out.size()));
+        c = allocationCount() - before;
+        produced += n / 4;
+    }
+    EXPECT_EQ(produced, 200L * 1024 * 48000 / 44100);
+    EXPECT_EQ(std::count(counts.begin() + 1, counts.end(), 0L), 199);
 }
 
 TEST(OutOfMemory, FailedGrowthRefusesTheBlockAndKeepsTheBuffers) {

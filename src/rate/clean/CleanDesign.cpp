@@ -1,0 +1,99 @@
+#include "rate/clean/CleanDesign.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+
+namespace quorvex::clean {
+
+namespace {
+
+constexpr double kPi = 3.141592653589793;
+// Stop-band attenuation the length is chosen for: 120 dB and a margin for
+// the float taps and sums.
+constexpr double kAttenuationDb = 130.0;
+// The pass band ends at this fraction of the lower Nyquist frequency; the
+// stop band starts at that frequency.
+constexpr double kPassFraction = 0.9;
+
+// Kaiser's estimates of the window's shape and of the length, in samples,
+// that reach kAttenuationDb across a transition `width` wide (in cycles per
+// sample).
+double kaiserBeta() { return 0.1102 * (kAttenuationDb - 8.7); }
+double kaiserLength(double width) { return (kAttenuationDb - 7.95) / (14.36 * width); }
+
+// I0, the modified Bessel function of the first kind, by its power series.
+double besselI0(double x) {
+    const double quarterSquare = x * x / 4.0;
+    double term = 1.0;
+    double sum = 1.0;
+    for (int k = 1; term > sum * 1e-17; ++k) {
+        term *= quarterSquare / (static_cast<double>(k) * k);
+        sum += term;
+    }
+    return sum;
+}
+
+// The prototype at `t` input periods from its centre: an ideal low-pass with
+// its edge at `cutoff` (cycles per input period) under a Kaiser window
+// reaching to +-halfSpan.
+struct Prototype {
+    double cutoff;
+    double halfSpan;
+    double beta = kaiserBeta();
+    double windowScale = 1.0 / besselI0(kaiserBeta());
+
+    double at(double t) const {
+        const double x = t / halfSpan;
+        if (x <= -1.0 || x >= 1.0) return 0.0;
+        const double lowPass =
+            t == 0.0 ? 2.0 * cutoff : std::sin(2.0 * kPi * cutoff * t) / (kPi * t);
+        return lowPass * besselI0(beta * std::sqrt(1.0 - x * x)) * windowScale;
+    }
+};
+
+}  // namespace
+
+Design designFor(int inRate, int outRate) {
+    const auto inRange = [](int rate) {
+        return rate >= CleanResampler::kLowestRate && rate <= CleanResampler::kHighestRate;
+    };
+    if (!inRange(inRate) || !inRange(outRate)) return {};
+    const int divisor = std::gcd(inRate, outRate);
+    Design d;
+    d.up = outRate / divisor;
+    d.down = inRate / divisor;
+    if (d.passThrough()) return d;
+    // The transition band, from the pass-band edge to the lower Nyquist
+    // frequency, in cycles per input period.
+    const double lowerNyquist = 0.5 * std::min(inRate, outRate);
+    const double width = (1.0 - kPassFraction) * lowerNyquist / inRate;
+    const int groups = static_cast<int>(std::ceil(kaiserLength(width) / kTapGroup));
+    d.taps = groups * kTapGroup;
+    if (d.up > CleanResampler::kMostRatioTerm || d.down > CleanResampler::kMostRatioTerm ||
+        static_cast<long>(d.up) * d.taps > kMostTableTaps)
+        return {};
+    return d;
+}
+
+std::vector<float> phaseTable(const Design& d, int inRate, int outRate) {
+    const double lowerNyquist = 0.5 * std::min(inRate, outRate);
+    const Prototype prototype{0.5 * (1.0 + kPassFraction) * lowerNyquist / inRate, 0.5 * d.taps};
+    std::vector<float> table(static_cast<size_t>(d.up) * d.taps);
+    std::vector<double> run(d.taps);
+    for (int p = 0; p < d.up; ++p) {
+        // Tap j weights the input (taps / 2 - 1 - j) periods before the
+        // output's nearest earlier input, the output lying p / up past it.
+        const double offset = static_cast<double>(p) / d.up;
+        double sum = 0.0;
+        for (int j = 0; j < d.taps; ++j) {
+            run[j] = prototype.at(offset + (prototype.halfSpan - 1 - j));
+            sum += run[j];
+        }
+        for (int j = 0; j < d.taps; ++j)
+            table[static_cast<size_t>(p) * d.taps + j] = static_cast<float>(run[j] / sum);
+    }
+    return table;
+}
+
+}  // namespace quorvex::clean

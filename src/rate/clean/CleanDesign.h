@@ -1,0 +1,39 @@
+#ifndef QUORVEX_RATE_CLEAN_CLEANDESIGN_H
+#define QUORVEX_RATE_CLEAN_CLEANDESIGN_H
+
+// The clean converter's filter: a Kaiser-windowed sinc low-pass on the time
+// axis at the rates' least common multiple, cut into one run of taps per
+// output phase.
+
+#include <quorvex/CleanResampler.h>
+
+#include <vector>
+
+namespace quorvex::clean {
+
+// Taps come in groups of this many, the width of the kernel's lanes.
+inline constexpr int kTapGroup = 8;
+inline constexpr long kMostTableTaps = 1L << 22;
+
+// A rate pair reduced to its ratio and the filter that converts it.
+struct Design {
+    int up = 0;    // phases: output rate over the rates' greatest common divisor
+    int down = 0;  // input rate over it
+    int taps = 0;  // input frames per output, a whole number of tap groups
+
+    bool passThrough() const { return up == down; }
+};
+
+// The design for a rate pair, or one with up == 0 when the pair does not
+// convert (a rate outside the converter's range, a ratio term beyond
+// kMostRatioTerm, too large a table).
+Design designFor(int inRate, int outRate);
+
+// The phase table: run p (of d.taps taps, oldest input first) weights the
+// inputs of an output that lies p / d.up input periods past an input frame.
+// Each run sums to 1, so a constant comes out unchanged.
+std::vector<float> phaseTable(const Design& d, int inRate, int outRate);
+
+}  // namespace quorvex::clean
+
+#endif
