@@ -159,14 +159,16 @@ void cleanResample(FuzzedDataProvider& bytes, quorvex::CleanResampler& filter, i
                    CleanStream& stream) {
     if (bytes.ConsumeIntegralInRange<int>(0, 15) == 0) stream = {fuzz::sampleRate(bytes), {}};
     fuzz::InputBlock in(bytes, kMaxBlock, stream.inRate, fuzz::bitDepth(bytes));
+    const bool converts = quorvex::CleanResampler::converts(stream.inRate, outRate);
     const int64_t inFrames = stream.counts.inFrames + in.buffer.length / 2;
-    const int64_t due = 2 * (inFrames * outRate / stream.inRate - stream.counts.outFrames);
+    // A pair the converter refuses has no output due; rates may be 0 or negative.
+    const int64_t due =
+        converts ? 2 * (inFrames * outRate / stream.inRate - stream.counts.outFrames) : 0;
     const int capacity = static_cast<int>(
         std::clamp<int64_t>(due + bytes.ConsumeIntegralInRange<int>(-2, 2), 0, kMaxOutput));
     fuzz::GuardedOutput out(capacity);
     out.snapshot();
     const int result = filter.process(&in.buffer, out.get());
-    const bool converts = quorvex::CleanResampler::converts(stream.inRate, outRate);
     fuzz::require(result == (converts && capacity >= due ? 0 : -1), "clean resampler result");
     if (result == -1)
         return fuzz::require(out.untouched(), "refused clean resampling wrote nothing");
