@@ -54,80 +54,46 @@ struct Prototype {
 
 }  // namespace
 
-namespace {
-
-bool inRange(int rate) {
-    return rate >= CleanResampler::kLowestRate && rate <= CleanResampler::kHighestRate;
-}
-
-// The pair reduced, with `taps` per output reaching kAttenuationDb across
-// the transition from passHz to stopHz; up == 0 when the terms or the table
-// are too large.
-Design reducedDesign(int inRate, int outRate, double passHz, double stopHz) {
+Design designFor(int inRate, int outRate) {
+    const auto inRange = [](int rate) {
+        return rate >= CleanResampler::kLowestRate && rate <= CleanResampler::kHighestRate;
+    };
+    if (!inRange(inRate) || !inRange(outRate)) return {};
     const int divisor = std::gcd(inRate, outRate);
     Design d;
     d.up = outRate / divisor;
     d.down = inRate / divisor;
     if (d.passThrough()) return d;
-    const double width = (stopHz - passHz) / inRate;
-    d.taps = static_cast<int>(std::ceil(kaiserLength(width) / kTapGroup)) * kTapGroup;
-    d.cutoff = 0.5 * (passHz + stopHz) / inRate;
+    // The transition band, from the pass-band edge to the lower Nyquist
+    // frequency, in cycles per input period.
+    const double lowerNyquist = 0.5 * std::min(inRate, outRate);
+    const double width = (1.0 - kPassFraction) * lowerNyquist / inRate;
+    const int groups = static_cast<int>(std::ceil(kaiserLength(width) / kTapGroup));
+    d.taps = groups * kTapGroup;
     if (d.up > CleanResampler::kMostRatioTerm || d.down > CleanResampler::kMostRatioTerm ||
         static_cast<long>(d.up) * d.taps > kMostTableTaps)
         return {};
     return d;
 }
 
-}  // namespace
-
-Design designFor(int inRate, int outRate) {
-    if (!inRange(inRate) || !inRange(outRate)) return {};
+std::vector<float> phaseTable(const Design& d, int inRate, int outRate) {
     const double lowerNyquist = 0.5 * std::min(inRate, outRate);
-    return reducedDesign(inRate, outRate, kPassFraction * lowerNyquist, lowerNyquist);
-}
-
-Design shortDesignFor(int inRate, int outRate, double passHz, double stopHz) {
-    Design d = reducedDesign(inRate, outRate, passHz, stopHz);
-    d.phasesSumToOne = stopHz + passHz <= inRate;
-    return d;
-}
-
-std::vector<float> phaseTable(const Design& d) {
-    const Prototype prototype{d.cutoff, 0.5 * d.taps};
-    std::vector<double> runs(static_cast<size_t>(d.up) * d.taps);
-    std::vector<double> sums(d.up, 0.0);
+    const Prototype prototype{0.5 * (1.0 + kPassFraction) * lowerNyquist / inRate, 0.5 * d.taps};
+    std::vector<float> table(static_cast<size_t>(d.up) * d.taps);
+    std::vector<double> run(d.taps);
     for (int p = 0; p < d.up; ++p) {
         // Tap j weights the input (taps / 2 - 1 - j) periods before the
         // output's nearest earlier input, the output lying p / up past it.
         const double offset = static_cast<double>(p) / d.up;
+        double sum = 0.0;
         for (int j = 0; j < d.taps; ++j) {
-            runs[static_cast<size_t>(p) * d.taps + j] =
-                prototype.at(offset + (prototype.halfSpan - 1 - j));
-            sums[p] += runs[static_cast<size_t>(p) * d.taps + j];
+            run[j] = prototype.at(offset + (prototype.halfSpan - 1 - j));
+            sum += run[j];
         }
+        for (int j = 0; j < d.taps; ++j)
+            table[static_cast<size_t>(p) * d.taps + j] = static_cast<float>(run[j] / sum);
     }
-    if (!d.phasesSumToOne) {
-        double total = 0.0;
-        for (double sum : sums) total += sum;
-        std::fill(sums.begin(), sums.end(), total / d.up);
-    }
-    std::vector<float> table(runs.size());
-    for (size_t i = 0; i < runs.size(); ++i)
-        table[i] = static_cast<float>(runs[i] / sums[i / d.taps]);
     return table;
-}
-
-std::vector<double> steepTaps(double cutoff, double width, double gain) {
-    const int half = static_cast<int>(std::ceil(0.5 * kaiserLength(width)));
-    const Prototype prototype{cutoff, half + 1.0};
-    std::vector<double> taps(2 * half + 1);
-    double sum = 0.0;
-    for (int k = 0; k <= 2 * half; ++k) {
-        taps[k] = prototype.at(k - half);
-        sum += taps[k];
-    }
-    for (double& tap : taps) tap *= gain / sum;
-    return taps;
 }
 
 }  // namespace quorvex::clean

@@ -2,27 +2,29 @@
 
 #include <algorithm>
 #include <cstring>
-#include <memory>
 #include <vector>
 
 #include "rate/clean/CleanDesign.h"
 #include "rate/clean/CleanKernels.h"
-#include "rate/clean/CleanSteep.h"
 
 namespace quorvex {
 
 namespace {
 
-// Input is taken in pieces of at most this many frames, so the buffers stay
+// Input is taken in pieces of at most this many frames, so the history stays
 // the same size whatever the block.
 constexpr int kPieceFrames = 4096;
-constexpr double kPassFraction = 0.9;
 
-// A polyphase stage over planar float history: the window of the next
-// output starts at cursor.first, and `filled` frames are held.
-struct PolyphaseStage {
+}  // namespace
+
+struct CleanResampler::State {
+    int inRate;
+    int outRate;
+    int outBits;
     clean::Design design;
     std::vector<float> table;
+    // Planar history as floats: the window of the next output starts at
+    // cursor.first, and `filled` frames are held.
     std::vector<float> left;
     std::vector<float> right;
     int64_t filled = 0;
@@ -30,11 +32,16 @@ struct PolyphaseStage {
     // The fraction of an output the input so far has begun, in 1 / down.
     int64_t carried = 0;
 
-    // `frames` the most input frames appended between two calls of produce.
-    PolyphaseStage(const clean::Design& d, int frames) : design(d), table(clean::phaseTable(d)) {
-        const size_t held = design.taps + design.down / design.up + 2 + frames;
-        left.resize(held);
-        right.resize(held);
+    bool ready() const { return design.up != 0; }
+
+    void setUp() {
+        design = clean::designFor(inRate, outRate);
+        if (!ready() || design.passThrough()) return;
+        table = clean::phaseTable(design, inRate, outRate);
+        // Past a piece the history keeps one window and the step of an output.
+        const size_t frames = design.taps + design.down / design.up + 2 + kPieceFrames;
+        left.resize(frames);
+        right.resize(frames);
         clear();
     }
 
@@ -48,14 +55,7 @@ struct PolyphaseStage {
         carried = 0;
     }
 
-    double delayFrames() const { return 0.5 * design.taps; }
-
-    int64_t outputFrames(int64_t inFrames) const {
-        return (inFrames * design.up + carried) / design.down;
-    }
-
-    void makeRoom(int frames) {
-        if (filled + frames <= static_cast<int64_t>(left.size())) return;
+    void dropConsumed() {
         const int64_t kept = filled - cursor.first;
         std::memmove(left.data(), left.data() + cursor.first, kept * sizeof(float));
         std::memmove(right.data(), right.data() + cursor.first, kept * sizeof(float));
@@ -64,7 +64,7 @@ struct PolyphaseStage {
     }
 
     void append(const double* in, int frames) {
-        makeRoom(frames);
+        if (filled + frames > static_cast<int64_t>(left.size())) dropConsumed();
         for (int f = 0; f < frames; ++f) {
             left[filled + f] = static_cast<float>(in[2 * f]);
             right[filled + f] = static_cast<float>(in[2 * f + 1]);
@@ -72,178 +72,31 @@ struct PolyphaseStage {
         filled += frames;
     }
 
-    void append(const float* l, const float* r, int frames) {
-        makeRoom(frames);
-        std::copy(l, l + frames, left.data() + filled);
-        std::copy(r, r + frames, right.data() + filled);
-        filled += frames;
-    }
-
-    // The outputs the `frames` appended since the last call complete;
-    // returns how many were written.
-    int64_t produce(int frames, double* out) {
-        const clean::Plan plan{table.data(), design.taps, design.up, design.down / design.up,
-                               design.down % design.up};
-        const int64_t begun = static_cast<int64_t>(frames) * design.up + carried;
-        const int64_t count = begun / design.down;
-        carried = begun % design.down;
-        clean::produceOutputs(plan, left.data(), right.data(), cursor, count, out);
-        return count;
-    }
-};
-
-void interleave(const float* re, const float* im, int n, double* out) {
-    for (int i = 0; i < n; ++i) {
-        out[2 * i] = re[i];
-        out[2 * i + 1] = im[i];
-    }
-}
-
-}  // namespace
-
-// Three shapes: one polyphase stage for pairs the two-stage form does not
-// reach; rising, the steep stage at twice the input rate (on the input with
-// a zero after each frame) and then a short polyphase stage to the output
-// rate; falling, a short polyphase stage to twice the output rate, then the
-// steep stage keeping every second sample. The steep stage leaves nothing
-// between the lower Nyquist frequency and the intermediate rate minus it,
-// so the short stage need only stop from there.
-struct CleanResampler::State {
-    int inRate;
-    int outRate;
-    int outBits;
-    clean::Design design;  // of the whole pair: ready, pass-through and counts
-    std::unique_ptr<PolyphaseStage> poly;
-    std::unique_ptr<clean::SteepStage> steep;
-    bool rising = false;
-    int middleRate = 0;
-    std::vector<double> middle;  // falling: the short stage's output
-    bool keepNext = false;       // falling: whether the steep stage's next output is kept
-    // The whole pair's carried fraction, for the counts alone.
-    int64_t carriedTotal = 0;
-
-    State(int in, int out, int bits) : inRate(in), outRate(out), outBits(bits) { setUp(); }
-
-    bool ready() const { return design.up != 0; }
-
-    void setUp() {
-        poly.reset();
-        steep.reset();
-        design = clean::designFor(inRate, outRate);
-        if (!ready() || design.passThrough()) return;
-        if (!setUpTwoStages()) poly = std::make_unique<PolyphaseStage>(design, kPieceFrames);
-        clear();
-    }
-
-    bool setUpTwoStages() {
-        const int lower = std::min(inRate, outRate);
-        const double lowerNyquist = 0.5 * lower;
-        const double pass = kPassFraction * lowerNyquist;
-        rising = inRate < outRate;
-        middleRate = 2 * lower;
-        const int shortIn = rising ? middleRate : inRate;
-        const int shortOut = rising ? outRate : middleRate;
-        const clean::Design shortDesign =
-            clean::shortDesignFor(shortIn, shortOut, pass, middleRate - lowerNyquist);
-        if (shortDesign.up == 0) return false;
-        if (!shortDesign.passThrough()) {
-            const int most = rising ? 2 * kPieceFrames : kPieceFrames;
-            poly = std::make_unique<PolyphaseStage>(shortDesign, most);
-        }
-        if (!rising)
-            middle.resize(2 * (static_cast<size_t>(kPieceFrames) * middleRate / inRate + 2));
-        steep = std::make_unique<clean::SteepStage>(middleRate, pass, lowerNyquist,
-                                                    rising ? 2.0 : 1.0, rising ? 2 : 1);
-        return true;
-    }
-
-    void clear() {
-        if (poly) poly->clear();
-        if (steep) steep->clear();
-        keepNext = false;
-        carriedTotal = 0;
-    }
-
     int64_t outputFrames(int64_t inFrames) const {
         if (!ready()) return 0;
         if (design.passThrough()) return inFrames;
-        return (inFrames * design.up + carriedTotal) / design.down;
-    }
-
-    double latencySeconds() const {
-        if (!steep) return poly->delayFrames() / inRate;
-        const double shortDelay = poly ? poly->delayFrames() : 0.0;
-        if (rising) return (steep->delaySamples() + shortDelay) / middleRate;
-        // The kept samples are the odd ones, one sample later than the even.
-        return shortDelay / inRate + (steep->delaySamples() - 1.0) / middleRate;
+        return (inFrames * design.up + carried) / design.down;
     }
 
     void convert(const double* in, int frames, double* out) {
+        const clean::Plan plan{table.data(), design.taps, design.up, design.down / design.up,
+                               design.down % design.up};
         for (int offset = 0; offset < frames; offset += kPieceFrames) {
             const int piece = std::min(kPieceFrames, frames - offset);
-            const double* source = in + 2 * offset;
-            if (!steep) {
-                poly->append(source, piece);
-                out += 2 * poly->produce(piece, out);
-            } else if (rising) {
-                out = rise(source, piece, out);
-            } else {
-                out = fall(source, piece, out);
-            }
+            append(in + 2 * offset, piece);
+            const int64_t begun = static_cast<int64_t>(piece) * design.up + carried;
+            const int64_t count = begun / design.down;
+            carried = begun % design.down;
+            clean::produceOutputs(plan, left.data(), right.data(), cursor, count, out);
+            out += 2 * count;
         }
-    }
-
-    double* rise(const double* in, int frames, double* out) {
-        const auto stuffed = [in](float* re, float* im, int64_t first, int n) {
-            for (int i = 0; i < n; i += 2) {
-                const int64_t frame = (first + i) / 2;
-                re[i] = static_cast<float>(in[2 * frame]);
-                im[i] = static_cast<float>(in[2 * frame + 1]);
-                re[i + 1] = 0.0f;
-                im[i + 1] = 0.0f;
-            }
-        };
-        if (!poly) {
-            steep->stream(2 * int64_t{frames}, stuffed,
-                          [&out](const float* re, const float* im, int n) {
-                              interleave(re, im, n, out);
-                              out += 2 * n;
-                          });
-            return out;
-        }
-        steep->stream(2 * int64_t{frames}, stuffed,
-                      [this](const float* re, const float* im, int n) { poly->append(re, im, n); });
-        return out + 2 * poly->produce(2 * frames, out);
-    }
-
-    double* fall(const double* in, int frames, double* out) {
-        const double* source = in;
-        int64_t count = frames;
-        if (poly) {
-            poly->append(in, frames);
-            count = poly->produce(frames, middle.data());
-            source = middle.data();
-        }
-        const auto fill = [source](float* re, float* im, int64_t first, int n) {
-            for (int i = 0; i < n; ++i) {
-                re[i] = static_cast<float>(source[2 * (first + i)]);
-                im[i] = static_cast<float>(source[2 * (first + i) + 1]);
-            }
-        };
-        steep->stream(count, fill, [this, &out](const float* re, const float* im, int n) {
-            for (int i = keepNext ? 0 : 1; i < n; i += 2) {
-                out[0] = re[i];
-                out[1] = im[i];
-                out += 2;
-            }
-            keepNext = (keepNext ? n + 1 : n) % 2 == 1;
-        });
-        return out;
     }
 };
 
 CleanResampler::CleanResampler(int inRate, int outRate, int outBits)
-    : state(std::make_unique<State>(inRate, outRate, outBits)) {}
+    : state(new State{inRate, outRate, outBits, {}, {}, {}, {}, 0, {}, 0}) {
+    state->setUp();
+}
 
 CleanResampler::~CleanResampler() = default;
 
@@ -276,9 +129,6 @@ int CleanResampler::process(const RealAudioBuffer* in, RealAudioBuffer* out) {
         std::memmove(out->data, in->data, 2 * frames * sizeof(double));
     else if (frames > 0)
         state->convert(in->data, frames, out->data);
-    if (!state->design.passThrough())
-        state->carriedTotal =
-            (frames * int64_t{state->design.up} + state->carriedTotal) % state->design.down;
     out->length = static_cast<int>(2 * produced);
     out->sampleRate = state->outRate;
     out->bitsPerSample = state->outBits;
@@ -293,7 +143,7 @@ int64_t CleanResampler::outputFrames(int64_t inFrames) const {
 
 double CleanResampler::latencySeconds() const {
     if (!ready() || state->design.passThrough()) return 0.0;
-    return state->latencySeconds();
+    return 0.5 * state->design.taps / state->inRate;
 }
 
 }  // namespace quorvex

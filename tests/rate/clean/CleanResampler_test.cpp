@@ -126,17 +126,15 @@ TEST(CleanResamplerResponse, ConstantInConstantOut) {
     }
 }
 
-// Linear phase: an impulse at 44.1 to 88.2 kHz comes out symmetric about
-// the latency, to the float precision of the FFT that runs the filter.
+// Linear phase: an impulse at 44.1 to 88.2 kHz comes out symmetric, bit for
+// bit, about the latency.
 TEST(CleanResamplerResponse, ImpulseResponseIsSymmetric) {
     CleanResampler c(44100, 88200, 24);
-    const int centre = static_cast<int>(std::lround(c.latencySeconds() * 88200));
-    std::vector<double> x(2 * (centre + 1), 0.0);
+    std::vector<double> x(2 * 1000, 0.0);
     x[0] = x[1] = 1.0;
     const std::vector<double> y = convert(c, 44100, x, {1000});
-    ASSERT_GT(y.size(), 4 * static_cast<size_t>(centre));
-    for (int k = 1; k <= centre; ++k)
-        ASSERT_NEAR(y[2 * (centre + k)], y[2 * (centre - k)], 1e-7) << k;
+    const int centre = static_cast<int>(std::lround(c.latencySeconds() * 88200));
+    for (int k = 1; k <= centre; ++k) ASSERT_EQ(y[2 * (centre + k)], y[2 * (centre - k)]) << k;
     EXPECT_GT(y[2 * centre], 0.9);
 }
 
@@ -188,7 +186,7 @@ TEST(CleanResamplerStream, OutputBitsAreFixed) {
         std::memcpy(&bits, &v, sizeof bits);
         hash = (hash ^ bits) * 1099511628211ull;
     }
-    EXPECT_EQ(hash, 6841084401328295731u);
+    EXPECT_EQ(hash, 10488624494944685875u);
 }
 
 // Equal rates pass the samples through untouched and without delay; rates
