@@ -174,9 +174,12 @@ void measureHighTones(const Engine& engine, int inRate, int outRate, Figures& f)
     const double edge = kPassFraction * 0.5 * std::min(inRate, outRate);
     for (double target = edge + 250.0; target < inRate / 2.0 - 100.0; target += 500.0) {
         const bool carried = target < outRate / 2.0;
-        const int bin = binOf(carried ? target : outRate - target, outRate);
+        // An uncarried tone folds about the nearest multiple of the output
+        // rate, which may lie above it as well as below.
+        const double fold = outRate * std::round(target / outRate);
+        const int bin = binOf(std::abs(target - fold), outRate);
         const double binHz = static_cast<double>(outRate) / kFftSize;
-        const double hz = carried ? bin * binHz : outRate - bin * binHz;
+        const double hz = target < fold ? fold - bin * binHz : fold + bin * binHz;
         const Spectrum s = spectrumOf(convert(engine, inRate, outRate, hz, amplitude), outRate);
         const double level = carried ? largestOtherThan(s, bin) : s.power(bin);
         f.images = std::max(f.images, dB(level / inputPower));
