@@ -299,8 +299,8 @@ void Velmo_Super_48K_16(double inL, double inR, double* outL, double* outR) {
     biquadStep(sVelmoSuper48K16, sSuper48K16, inL, inR, outL, outR);
 }
 
-void VelmoPreEmphasise(VelmoStereoStep section, const double* x, int frames, double* heldL,
-                       double* heldR) {
+void VelmoPreEmphasise(VelmoStereoStep section, const double* x, int frames, double* outL,
+                       double* outR) {
     struct PreEmphasis {
         VelmoStereoStep step;
         const VelmoBiquadCoeffs& coeffs;
@@ -321,16 +321,12 @@ void VelmoPreEmphasise(VelmoStereoStep section, const double* x, int frames, dou
         // The histories stay in registers rather than round memory each frame.
         dsp::SectionHistory<double> left = s.state.left, right = s.state.right;
         for (int i = 0; i < frames; ++i) {
-            heldL[2 * i] = heldL[2 * i + 1] = dsp::runSection(s.coeffs, left, x[2 * i]);
-            heldR[2 * i] = heldR[2 * i + 1] = dsp::runSection(s.coeffs, right, x[2 * i + 1]);
+            outL[i] = dsp::runSection(s.coeffs, left, x[2 * i]);
+            outR[i] = dsp::runSection(s.coeffs, right, x[2 * i + 1]);
         }
         s.state.left = left;
         s.state.right = right;
         return;
     }
-    for (int i = 0; i < frames; ++i) {
-        section(x[2 * i], x[2 * i + 1], &heldL[2 * i], &heldR[2 * i]);
-        heldL[2 * i + 1] = heldL[2 * i];
-        heldR[2 * i + 1] = heldR[2 * i];
-    }
+    for (int i = 0; i < frames; ++i) section(x[2 * i], x[2 * i + 1], &outL[i], &outR[i]);
 }

@@ -67,9 +67,8 @@ void Velmo_Super_48K_24(double inL, double inR, double* outL, double* outR);
 void Velmo_Super_48K_16(double inL, double inR, double* outL, double* outR);
 
 // One of the pre-emphasis sections above over `frames` interleaved stereo
-// frames, each result stored twice, at heldL[2i] and heldL[2i + 1] (and
-// likewise right), as the interpolating low-passes take it.
-void VelmoPreEmphasise(VelmoStereoStep section, const double* x, int frames, double* heldL,
-                       double* heldR);
+// frames, frame i's results at outL[i] and outR[i].
+void VelmoPreEmphasise(VelmoStereoStep section, const double* x, int frames, double* outL,
+                       double* outR);
 
 #endif
