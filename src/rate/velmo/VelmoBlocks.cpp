@@ -407,14 +407,53 @@ QUORVEX_KERNEL_INLINE void interpolateChunk(const double* x, double* y, int fram
     sOff.run(frames, sink);
 }
 
-// A kernel's stages one after the other over the chunk: every line still sees
-// its inputs in the order of the per-frame calls.
+// The pre-emphasis of a block, and where the frames after the current chunk
+// are, so that the chunk's last loop can emphasise them.
+struct Emphasis {
+    VelmoStereoStep step;
+    VelmoSectionParts parts;
+    const double* next;
+    int nextFrames;
+};
+
+// The output section over the chunk. Its recurrence leaves the processor idle
+// between steps, so the next chunk's pre-emphasis, a recurrence of its own,
+// runs in the same loop; the low line has taken this chunk's inputs already.
+QUORVEX_KERNEL_INLINE void outputSection(BiquadState& smooth, double gain, const Emphasis& pre,
+                                         double* nextL, double* nextR, double* y, int samples) {
+    // The histories stay in registers, apart from the output.
+    dsp::SectionHistory<double> left = smooth.left, right = smooth.right;
+    const auto output = [&](int t) {
+        y[2 * t] = dsp::runSection(sVelmoLpf2, left, sLow[0][t] + sHigh[0][t] * gain);
+        y[2 * t + 1] = dsp::runSection(sVelmoLpf2, right, sLow[1][t] + sHigh[1][t] * gain);
+    };
+    int t = 0;
+    if (pre.nextFrames > 0 && pre.parts.coeffs != nullptr) {
+        const dsp::SectionCoeffs& c = *pre.parts.coeffs;
+        dsp::SectionHistory<double> emphL = *pre.parts.left, emphR = *pre.parts.right;
+        for (int i = 0; i < pre.nextFrames; ++i, t += 2) {
+            nextL[i] = dsp::runSection(c, emphL, pre.next[2 * i]);
+            nextR[i] = dsp::runSection(c, emphR, pre.next[2 * i + 1]);
+            output(t);
+            output(t + 1);
+        }
+        *pre.parts.left = emphL;
+        *pre.parts.right = emphR;
+    } else if (pre.nextFrames > 0) {
+        VelmoPreEmphasise(pre.step, pre.next, pre.nextFrames, nextL, nextR);
+    }
+    for (; t < samples; ++t) output(t);
+    smooth.left = left;
+    smooth.right = right;
+}
+
+// A kernel's stages one after the other over the chunk, whose inputs the low
+// line holds pre-emphasised: every line still sees its inputs in the order of
+// the per-frame calls.
 template <std::size_t NH>
-QUORVEX_KERNEL_INLINE void enhanceChunk(HeldLine<33>& low, BlockLine<NH>& high,
-                                        VelmoStereoStep section, double gain, BiquadState& smooth,
-                                        const double* x, double* y, int frames) {
+QUORVEX_KERNEL_INLINE void enhanceChunk(HeldLine<33>& low, BlockLine<NH>& high, const Emphasis& pre,
+                                        double gain, BiquadState& smooth, double* y, int frames) {
     const int samples = 2 * frames;
-    VelmoPreEmphasise(section, x, frames, low.input(0), low.input(1));
     InstantSink lowOut{sLow[0], sLow[1]};
     low.run(frames, lowOut);
     for (int c = 0; c < 2; ++c)
@@ -423,14 +462,7 @@ QUORVEX_KERNEL_INLINE void enhanceChunk(HeldLine<33>& low, BlockLine<NH>& high,
     sHighPass.run(samples, sEnvelope.input(0), sEnvelope.input(1));
     sEnvelope.run(samples, high.input(0), high.input(1));
     high.run(samples, sHigh[0], sHigh[1]);
-    // The section's history stays in registers, apart from the output.
-    dsp::SectionHistory<double> left = smooth.left, right = smooth.right;
-    for (int t = 0; t < samples; ++t) {
-        y[2 * t] = dsp::runSection(sVelmoLpf2, left, sLow[0][t] + sHigh[0][t] * gain);
-        y[2 * t + 1] = dsp::runSection(sVelmoLpf2, right, sLow[1][t] + sHigh[1][t] * gain);
-    }
-    smooth.left = left;
-    smooth.right = right;
+    outputSection(smooth, gain, pre, low.input(0), low.input(1), y, samples);
 }
 
 template <class Line>
@@ -446,9 +478,9 @@ void interpolateChunkPlain(const double* x, double* y, int frames) {
 }
 
 template <std::size_t NH>
-void enhanceChunkPlain(HeldLine<33>& low, BlockLine<NH>& high, VelmoStereoStep section, double gain,
-                       BiquadState& smooth, const double* x, double* y, int frames) {
-    enhanceChunk(low, high, section, gain, smooth, x, y, frames);
+void enhanceChunkPlain(HeldLine<33>& low, BlockLine<NH>& high, const Emphasis& pre, double gain,
+                       BiquadState& smooth, double* y, int frames) {
+    enhanceChunk(low, high, pre, gain, smooth, y, frames);
 }
 
 template <class Line>
@@ -463,9 +495,9 @@ QUORVEX_WIDE_TARGET void interpolateChunkWide(const double* x, double* y, int fr
 
 template <std::size_t NH>
 QUORVEX_WIDE_TARGET void enhanceChunkWide(HeldLine<33>& low, BlockLine<NH>& high,
-                                          VelmoStereoStep section, double gain, BiquadState& smooth,
-                                          const double* x, double* y, int frames) {
-    enhanceChunk(low, high, section, gain, smooth, x, y, frames);
+                                          const Emphasis& pre, double gain, BiquadState& smooth,
+                                          double* y, int frames) {
+    enhanceChunk(low, high, pre, gain, smooth, y, frames);
 }
 
 template <class Line>
@@ -490,15 +522,22 @@ void enhance(HeldLine<33>& low, BlockLine<NH>& high, double gain, BiquadState& s
              VelmoStereoStep section, const double* x, double* y, int frames) {
     sBlocksAhead = true;
     sEnvelope.begin();
+    const auto chunkAt = [frames](int done) {
+        return frames - done < kChunkFrames ? frames - done : kChunkFrames;
+    };
+    VelmoPreEmphasise(section, x, chunkAt(0), low.input(0), low.input(1));
+    Emphasis pre{section, VelmoPreEmphasisParts(section), nullptr, 0};
     for (int done = 0; done < frames; done += kChunkFrames) {
-        const int n = frames - done < kChunkFrames ? frames - done : kChunkFrames;
+        const int n = chunkAt(done);
+        pre.next = x + 2 * (done + n);
+        pre.nextFrames = done + n < frames ? chunkAt(done + n) : 0;
 #ifdef QUORVEX_WIDE_KERNELS
         if (kWideBlocks) {
-            enhanceChunkWide(low, high, section, gain, smooth, x + 2 * done, y + 4 * done, n);
+            enhanceChunkWide(low, high, pre, gain, smooth, y + 4 * done, n);
             continue;
         }
 #endif
-        enhanceChunkPlain(low, high, section, gain, smooth, x + 2 * done, y + 4 * done, n);
+        enhanceChunkPlain(low, high, pre, gain, smooth, y + 4 * done, n);
     }
 }
 

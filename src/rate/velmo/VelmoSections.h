@@ -11,6 +11,8 @@
 
 #include <array>
 
+#include "dsp/Section.h"
+
 struct VelmoFrame {
     double l, r;
 };
@@ -70,5 +72,14 @@ void Velmo_Super_48K_16(double inL, double inR, double* outL, double* outR);
 // frames, frame i's results at outL[i] and outR[i].
 void VelmoPreEmphasise(VelmoStereoStep section, const double* x, int frames, double* outL,
                        double* outR);
+
+// A pre-emphasis section's coefficients and its channels' histories, for a
+// block pass that runs it beside other work; all null for any other step.
+struct VelmoSectionParts {
+    const dsp::SectionCoeffs* coeffs;
+    dsp::SectionHistory<double>* left;
+    dsp::SectionHistory<double>* right;
+};
+VelmoSectionParts VelmoPreEmphasisParts(VelmoStereoStep step);
 
 #endif
