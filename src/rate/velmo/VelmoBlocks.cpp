@@ -164,8 +164,10 @@ struct HeldLine {
     // inputs a settled line is rebuilt from.
     static constexpr int kPast = K + 1;
 
-    constexpr HeldLine(const std::array<double, N>& table, double* transposed)
-        : h(table), line(transposed) {}
+    HeldLine(const std::array<double, N>& table, double* transposed) : h(table), line(transposed) {
+        for (std::size_t j = 0; j < N; ++j)
+            for (double& lane : spread[j]) lane = h[j];
+    }
 
     double* input(int channel) { return history[channel] + kPast; }
 
@@ -193,32 +195,43 @@ struct HeldLine {
     }
 
     // Frames s .. s + 4G - 1 of both channels, each group of four its own sums.
+    // Each input vector x[s - m] is loaded once and gives the odd outputs'
+    // products at taps 2m + 1 and 2m, the even outputs' at 2m and then 2m - 1
+    // (where their next input begins).
     template <int G, class Sink>
     QUORVEX_KERNEL_INLINE void groups(int s, Sink& sink) {
-        Lanes even[2][G], odd[2][G], older, newer;
-        const Lanes oldest = {h[N - 1], h[N - 1], h[N - 1], h[N - 1]};
+        Lanes even[2][G], odd[2][G], in, bothTap, evenTap;
+        loadLanes(bothTap, spread[2 * K]);
+        loadLanes(evenTap, spread[2 * K - 1]);
         for (int c = 0; c < 2; ++c)
             for (int g = 0; g < G; ++g) {
-                loadLanes(older, input(c) + s + 4 * g - K);
-                even[c][g] = odd[c][g] = older * oldest;
+                loadLanes(in, input(c) + s + 4 * g - K);
+                even[c][g] = odd[c][g] = in * bothTap;
+                even[c][g] = in * evenTap + even[c][g];
             }
-        for (int k = K - 1; k >= 0; --k) {
-            const double hOdd = h[2 * k + 1], hEven = h[2 * k];
-            const Lanes oddTap = {hOdd, hOdd, hOdd, hOdd}, evenTap = {hEven, hEven, hEven, hEven};
-            for (int c = 0; c < 2; ++c)
-                for (int g = 0; g < G; ++g) {
-                    const double* x = input(c) + s + 4 * g;
-                    loadLanes(older, x - k - 1);
-                    loadLanes(newer, x - k);
-                    even[c][g] = older * oddTap + even[c][g];
-                    odd[c][g] = newer * oddTap + odd[c][g];
-                    const Lanes both = newer * evenTap;
-                    even[c][g] = both + even[c][g];
-                    odd[c][g] = both + odd[c][g];
-                }
-        }
+        for (int m = K - 1; m > 0; --m) take<G, true>(s, m, even, odd);
+        take<G, false>(s, 0, even, odd);
         for (int g = 0; g < G; ++g)
             sink.lanes(s + 4 * g, even[0][g], even[1][g], odd[0][g], odd[1][g]);
+    }
+
+    // Input vector x[s - m] of each group into its sums; the even outputs'
+    // tap 2m - 1 only where there is one.
+    template <int G, bool kEvenNext>
+    QUORVEX_KERNEL_INLINE void take(int s, int m, Lanes (&even)[2][G], Lanes (&odd)[2][G]) {
+        Lanes in, oddTap, bothTap, evenTap = {};
+        loadLanes(oddTap, spread[2 * m + 1]);
+        loadLanes(bothTap, spread[2 * m]);
+        if (kEvenNext) loadLanes(evenTap, spread[2 * m - 1]);
+        for (int c = 0; c < 2; ++c)
+            for (int g = 0; g < G; ++g) {
+                loadLanes(in, input(c) + s + 4 * g - m);
+                odd[c][g] = in * oddTap + odd[c][g];
+                const Lanes both = in * bothTap;
+                even[c][g] = both + even[c][g];
+                odd[c][g] = both + odd[c][g];
+                if (kEvenNext) even[c][g] = in * evenTap + even[c][g];
+            }
     }
 
     QUORVEX_KERNEL_INLINE double evenOf(int c, int s) {
@@ -255,6 +268,7 @@ struct HeldLine {
     }
 
     const std::array<double, N>& h;
+    double spread[N][4];  // each tap in all four lanes, for the sums to load
     double* line;
     // Per channel the kPast frames before the chunk, oldest first, then the chunk's.
     double history[2][kPast + kChunkFrames] = {};
