@@ -234,6 +234,8 @@ struct HeldLine {
             }
     }
 
+    // Frame s's even and odd output of channel c alone, for the frames left
+    // over after the groups.
     QUORVEX_KERNEL_INLINE double evenOf(int c, int s) {
         const double* x = input(c) + s;
         double acc = x[-K] * h[N - 1];
