@@ -151,6 +151,186 @@ struct BlockLine {
     bool behind = false;  // whether the line still lacks the direct outputs' inputs
 };
 
+// The interpolating low-passes see each input frame held for two instants, so
+// the even and the odd output of a frame share their inputs: with K = (N - 1) / 2,
+// output 2s takes x[s - ceil(j / 2)] at tap j and output 2s + 1 takes
+// x[s - floor(j / 2)]. At even taps both take the same product, at odd taps
+// the odd output's input is the even one's next. Each output still adds its
+// products from the oldest input to the newest.
+template <std::size_t N>
+struct HeldLine {
+    static constexpr int K = static_cast<int>(N - 1) / 2;
+    // Frames kept before the chunk: K for the sums, one more for the N held
+    // inputs a settled line is rebuilt from.
+    static constexpr int kPast = K + 1;
+
+    HeldLine(const std::array<double, N>& table, double* transposed) : h(table), line(transposed) {
+        for (std::size_t j = 0; j < N; ++j)
+            for (double& lane : spread[j]) lane = h[j];
+    }
+
+    double* input(int channel) { return history[channel] + kPast; }
+
+    // Frames 0 .. frames-1 of the inputs; `sink` takes frame s's outputs,
+    // even left and right, then odd left and right.
+    template <class Sink>
+    QUORVEX_KERNEL_INLINE void run(int frames, Sink& sink) {
+        int s = 0;
+        for (; s < frames && known < static_cast<int>(N) - 1; ++s, known += 2) {
+            const double l = input(0)[s], r = input(1)[s];
+            const double evenL = transposedStep(h, line, l);
+            const double oddL = transposedStep(h, line, l);
+            const double evenR = transposedStep(h, line + N, r);
+            const double oddR = transposedStep(h, line + N, r);
+            sink.one(s, evenL, evenR, oddL, oddR);
+        }
+        if (s < frames) {
+            behind = true;
+            for (; s + 8 <= frames; s += 8) groups<2>(s, sink);
+            for (; s + 4 <= frames; s += 4) groups<1>(s, sink);
+            for (; s < frames; ++s)
+                sink.one(s, evenOf(0, s), evenOf(1, s), oddOf(0, s), oddOf(1, s));
+        }
+        for (double* past : history) std::memmove(past, past + frames, kPast * sizeof(double));
+    }
+
+    // Frames s .. s + 4G - 1 of both channels, each group of four its own sums.
+    // Each input vector x[s - m] is loaded once and gives the odd outputs'
+    // products at taps 2m + 1 and 2m, the even outputs' at 2m and then 2m - 1
+    // (where their next input begins).
+    template <int G, class Sink>
+    QUORVEX_KERNEL_INLINE void groups(int s, Sink& sink) {
+        Lanes even[2][G], odd[2][G], in, bothTap, evenTap;
+        loadLanes(bothTap, spread[2 * K]);
+        loadLanes(evenTap, spread[2 * K - 1]);
+        for (int c = 0; c < 2; ++c)
+            for (int g = 0; g < G; ++g) {
+                loadLanes(in, input(c) + s + 4 * g - K);
+                even[c][g] = odd[c][g] = in * bothTap;
+                even[c][g] = in * evenTap + even[c][g];
+            }
+        for (int m = K - 1; m > 0; --m) take<G, true>(s, m, even, odd);
+        take<G, false>(s, 0, even, odd);
+        for (int g = 0; g < G; ++g)
+            sink.lanes(s + 4 * g, even[0][g], even[1][g], odd[0][g], odd[1][g]);
+    }
+
+    // Input vector x[s - m] of each group into its sums; the even outputs'
+    // tap 2m - 1 only where there is one.
+    template <int G, bool kEvenNext>
+    QUORVEX_KERNEL_INLINE void take(int s, int m, Lanes (&even)[2][G], Lanes (&odd)[2][G]) {
+        Lanes in, oddTap, bothTap, evenTap = {};
+        loadLanes(oddTap, spread[2 * m + 1]);
+        loadLanes(bothTap, spread[2 * m]);
+        if (kEvenNext) loadLanes(evenTap, spread[2 * m - 1]);
+        for (int c = 0; c < 2; ++c)
+            for (int g = 0; g < G; ++g) {
+                loadLanes(in, input(c) + s + 4 * g - m);
+                odd[c][g] = in * oddTap + odd[c][g];
+                const Lanes both = in * bothTap;
+                even[c][g] = both + even[c][g];
+                odd[c][g] = both + odd[c][g];
+                if (kEvenNext) even[c][g] = in * evenTap + even[c][g];
+            }
+    }
+
+    // Frame s's even and odd output of channel c alone, for the frames left
+    // over after the groups.
+    QUORVEX_KERNEL_INLINE double evenOf(int c, int s) {
+        const double* x = input(c) + s;
+        double acc = x[-K] * h[N - 1];
+        for (int k = K - 1; k >= 0; --k) {
+            acc = x[-k - 1] * h[2 * k + 1] + acc;
+            acc = x[-k] * h[2 * k] + acc;
+        }
+        return acc;
+    }
+
+    QUORVEX_KERNEL_INLINE double oddOf(int c, int s) {
+        const double* x = input(c) + s;
+        double acc = x[-K] * h[N - 1];
+        for (int k = K - 1; k >= 0; --k) {
+            acc = x[-k] * h[2 * k + 1] + acc;
+            acc = x[-k] * h[2 * k] + acc;
+        }
+        return acc;
+    }
+
+    // Rebuilds the line from the last N held inputs: the last kPast frames,
+    // the oldest one's second instant first.
+    QUORVEX_KERNEL_INLINE void settle() {
+        known = 0;
+        if (!behind) return;
+        for (int c = 0; c < 2; ++c) {
+            double held[N];
+            for (std::size_t m = 0; m < N; ++m) held[m] = history[c][(m + 1) / 2];
+            materialise(h, held, line + c * N);
+        }
+        behind = false;
+    }
+
+    const std::array<double, N>& h;
+    double spread[N][4];  // each tap in all four lanes, for the sums to load
+    double* line;
+    // Per channel the kPast frames before the chunk, oldest first, then the chunk's.
+    double history[2][kPast + kChunkFrames] = {};
+    int known = 0;        // held inputs run since the line was last current, counted up to N - 1
+    bool behind = false;  // whether the line still lacks the direct outputs' inputs
+};
+
+// Frame s's four outputs side by side at y[4s], as the enhancer's callers
+// take them.
+struct FrameSink {
+    double* y;
+
+    QUORVEX_KERNEL_INLINE void one(int s, double evenL, double evenR, double oddL, double oddR) {
+        y[4 * s] = evenL;
+        y[4 * s + 1] = evenR;
+        y[4 * s + 2] = oddL;
+        y[4 * s + 3] = oddR;
+    }
+
+    // A 4 x 4 transpose: row f of the result is frame s + f.
+    QUORVEX_KERNEL_INLINE void lanes(int s, const Lanes& evenL, const Lanes& evenR,
+                                     const Lanes& oddL, const Lanes& oddR) {
+        const Lanes even02 = __builtin_shufflevector(evenL, evenR, 0, 4, 2, 6);
+        const Lanes even13 = __builtin_shufflevector(evenL, evenR, 1, 5, 3, 7);
+        const Lanes odd02 = __builtin_shufflevector(oddL, oddR, 0, 4, 2, 6);
+        const Lanes odd13 = __builtin_shufflevector(oddL, oddR, 1, 5, 3, 7);
+        double* out = y + 4 * s;
+        storeLanes(out, __builtin_shufflevector(even02, odd02, 0, 1, 4, 5));
+        storeLanes(out + 4, __builtin_shufflevector(even13, odd13, 0, 1, 4, 5));
+        storeLanes(out + 8, __builtin_shufflevector(even02, odd02, 2, 3, 6, 7));
+        storeLanes(out + 12, __builtin_shufflevector(even13, odd13, 2, 3, 6, 7));
+    }
+};
+
+// Each channel's outputs in instant order, for the stages after the line.
+struct InstantSink {
+    double* left;
+    double* right;
+
+    QUORVEX_KERNEL_INLINE void one(int s, double evenL, double evenR, double oddL, double oddR) {
+        left[2 * s] = evenL;
+        left[2 * s + 1] = oddL;
+        right[2 * s] = evenR;
+        right[2 * s + 1] = oddR;
+    }
+
+    QUORVEX_KERNEL_INLINE void lanes(int s, const Lanes& evenL, const Lanes& evenR,
+                                     const Lanes& oddL, const Lanes& oddR) {
+        interleave(left + 2 * s, evenL, oddL);
+        interleave(right + 2 * s, evenR, oddR);
+    }
+
+    QUORVEX_KERNEL_INLINE static void interleave(double* out, const Lanes& even, const Lanes& odd) {
+        const Lanes low = __builtin_shufflevector(even, odd, 0, 4, 2, 6);
+        const Lanes high = __builtin_shufflevector(even, odd, 1, 5, 3, 7);
+        storeLanes(out, __builtin_shufflevector(low, high, 0, 1, 4, 5));
+        storeLanes(out + 4, __builtin_shufflevector(low, high, 2, 3, 6, 7));
+    }
+};
+
 // The envelope detector over blocks: its history is a plain input history,
 // unpacked for the first block and packed back when settled.
 struct BlockEnvelope {
@@ -220,9 +400,9 @@ struct BlockEnvelope {
     bool unpacked = false;  // whether the inputs here are newer than the detector's history
 };
 
-BlockLine<65> sOff(sOff_hf, sOff_hf_d);
-BlockLine<33> sCDLow(sVelmoCDlf, sVelmoCDlf_d);
-BlockLine<33> sMP3Low(sVelmoMP3lf, sVelmoMP3lf_d);
+HeldLine<65> sOff(sOff_hf, sOff_hf_d);
+HeldLine<33> sCDLow(sVelmoCDlf, sVelmoCDlf_d);
+HeldLine<33> sMP3Low(sVelmoMP3lf, sVelmoMP3lf_d);
 BlockLine<33> sHighPass(sVelmohpf2, sVelmohpf2_d);
 BlockLine<33> sCDHigh32(sVelmoCDhf32, sVelmoCDhf32_d);
 BlockLine<129> sCDHigh128(sVelmoCDhf128, sVelmoCDhf128_d);
@@ -234,50 +414,75 @@ BlockEnvelope sEnvelope;
 double sLow[2][kChunkSamples];
 double sHigh[2][kChunkSamples];
 
-// Each input held for both output instants.
-QUORVEX_KERNEL_INLINE void hold(double x, double* held, int i) {
-    held[2 * i] = held[2 * i + 1] = x;
-}
-
 QUORVEX_KERNEL_INLINE void interpolateChunk(const double* x, double* y, int frames) {
     for (int i = 0; i < frames; ++i) {
-        hold(x[2 * i], sOff.input(0), i);
-        hold(x[2 * i + 1], sOff.input(1), i);
+        sOff.input(0)[i] = x[2 * i];
+        sOff.input(1)[i] = x[2 * i + 1];
     }
-    sOff.run(2 * frames, sLow[0], sLow[1]);
-    for (int t = 0; t < 2 * frames; ++t) {
-        y[2 * t] = sLow[0][t];
-        y[2 * t + 1] = sLow[1][t];
-    }
+    FrameSink sink{y};
+    sOff.run(frames, sink);
 }
 
-// A kernel's stages one after the other over the chunk: every line still sees
-// its inputs in the order of the per-frame calls.
+// The pre-emphasis of a block, and where the frames after the current chunk
+// are, so that the chunk's last loop can emphasise them.
+struct Emphasis {
+    VelmoStereoStep step;
+    VelmoSectionParts parts;
+    const double* next;
+    int nextFrames;
+};
+
+// The output section over the chunk. Its recurrence leaves the processor idle
+// between steps, so the next chunk's pre-emphasis, a recurrence of its own,
+// runs in the same loop; the low line has taken this chunk's inputs already.
+QUORVEX_KERNEL_INLINE void outputSection(BiquadState& smooth, double gain, const Emphasis& pre,
+                                         double* nextL, double* nextR, double* y, int samples) {
+    // The histories stay in registers, apart from the output.
+    dsp::SectionHistory<double> left = smooth.left, right = smooth.right;
+    const auto output = [&](int t) {
+        y[2 * t] = dsp::runSection(sVelmoLpf2, left, sLow[0][t] + sHigh[0][t] * gain);
+        y[2 * t + 1] = dsp::runSection(sVelmoLpf2, right, sLow[1][t] + sHigh[1][t] * gain);
+    };
+    int t = 0;
+    if (pre.nextFrames > 0 && pre.parts.coeffs != nullptr) {
+        const dsp::SectionCoeffs& c = *pre.parts.coeffs;
+        dsp::SectionHistory<double> emphL = *pre.parts.left, emphR = *pre.parts.right;
+        for (int i = 0; i < pre.nextFrames; ++i, t += 2) {
+            nextL[i] = dsp::runSection(c, emphL, pre.next[2 * i]);
+            nextR[i] = dsp::runSection(c, emphR, pre.next[2 * i + 1]);
+            output(t);
+            output(t + 1);
+        }
+        *pre.parts.left = emphL;
+        *pre.parts.right = emphR;
+    } else if (pre.nextFrames > 0) {
+        VelmoPreEmphasise(pre.step, pre.next, pre.nextFrames, nextL, nextR);
+    }
+    for (; t < samples; ++t) output(t);
+    smooth.left = left;
+    smooth.right = right;
+}
+
+// A kernel's stages one after the other over the chunk, whose inputs the low
+// line holds pre-emphasised: every line still sees its inputs in the order of
+// the per-frame calls.
 template <std::size_t NH>
-QUORVEX_KERNEL_INLINE void enhanceChunk(BlockLine<33>& low, BlockLine<NH>& high,
-                                        VelmoStereoStep section, double gain, BiquadState& smooth,
-                                        const double* x, double* y, int frames) {
+QUORVEX_KERNEL_INLINE void enhanceChunk(HeldLine<33>& low, BlockLine<NH>& high, const Emphasis& pre,
+                                        double gain, BiquadState& smooth, double* y, int frames) {
     const int samples = 2 * frames;
-    VelmoPreEmphasise(section, x, frames, low.input(0), low.input(1));
-    low.run(samples, sLow[0], sLow[1]);
+    InstantSink lowOut{sLow[0], sLow[1]};
+    low.run(frames, lowOut);
     for (int c = 0; c < 2; ++c)
         std::memcpy(sHighPass.input(c), sLow[c],
                     static_cast<std::size_t>(samples) * sizeof(double));
     sHighPass.run(samples, sEnvelope.input(0), sEnvelope.input(1));
     sEnvelope.run(samples, high.input(0), high.input(1));
     high.run(samples, sHigh[0], sHigh[1]);
-    // The section's history stays in registers, apart from the output.
-    dsp::SectionHistory<double> left = smooth.left, right = smooth.right;
-    for (int t = 0; t < samples; ++t) {
-        y[2 * t] = dsp::runSection(sVelmoLpf2, left, sLow[0][t] + sHigh[0][t] * gain);
-        y[2 * t + 1] = dsp::runSection(sVelmoLpf2, right, sLow[1][t] + sHigh[1][t] * gain);
-    }
-    smooth.left = left;
-    smooth.right = right;
+    outputSection(smooth, gain, pre, low.input(0), low.input(1), y, samples);
 }
 
-template <std::size_t N>
-QUORVEX_KERNEL_INLINE void settleLine(BlockLine<N>& line) {
+template <class Line>
+QUORVEX_KERNEL_INLINE void settleLine(Line& line) {
     line.settle();
 }
 
@@ -289,13 +494,13 @@ void interpolateChunkPlain(const double* x, double* y, int frames) {
 }
 
 template <std::size_t NH>
-void enhanceChunkPlain(BlockLine<33>& low, BlockLine<NH>& high, VelmoStereoStep section,
-                       double gain, BiquadState& smooth, const double* x, double* y, int frames) {
-    enhanceChunk(low, high, section, gain, smooth, x, y, frames);
+void enhanceChunkPlain(HeldLine<33>& low, BlockLine<NH>& high, const Emphasis& pre, double gain,
+                       BiquadState& smooth, double* y, int frames) {
+    enhanceChunk(low, high, pre, gain, smooth, y, frames);
 }
 
-template <std::size_t N>
-void settleLinePlain(BlockLine<N>& line) {
+template <class Line>
+void settleLinePlain(Line& line) {
     settleLine(line);
 }
 
@@ -305,14 +510,14 @@ QUORVEX_WIDE_TARGET void interpolateChunkWide(const double* x, double* y, int fr
 }
 
 template <std::size_t NH>
-QUORVEX_WIDE_TARGET void enhanceChunkWide(BlockLine<33>& low, BlockLine<NH>& high,
-                                          VelmoStereoStep section, double gain, BiquadState& smooth,
-                                          const double* x, double* y, int frames) {
-    enhanceChunk(low, high, section, gain, smooth, x, y, frames);
+QUORVEX_WIDE_TARGET void enhanceChunkWide(HeldLine<33>& low, BlockLine<NH>& high,
+                                          const Emphasis& pre, double gain, BiquadState& smooth,
+                                          double* y, int frames) {
+    enhanceChunk(low, high, pre, gain, smooth, y, frames);
 }
 
-template <std::size_t N>
-QUORVEX_WIDE_TARGET void settleLineWide(BlockLine<N>& line) {
+template <class Line>
+QUORVEX_WIDE_TARGET void settleLineWide(Line& line) {
     settleLine(line);
 }
 #endif
@@ -320,8 +525,8 @@ QUORVEX_WIDE_TARGET void settleLineWide(BlockLine<N>& line) {
 // Whether a block ran since the lines were last settled.
 bool sBlocksAhead = false;
 
-template <std::size_t N>
-void settle(BlockLine<N>& line) {
+template <class Line>
+void settle(Line& line) {
 #ifdef QUORVEX_WIDE_KERNELS
     if (kWideBlocks) return settleLineWide(line);
 #endif
@@ -329,19 +534,26 @@ void settle(BlockLine<N>& line) {
 }
 
 template <std::size_t NH>
-void enhance(BlockLine<33>& low, BlockLine<NH>& high, double gain, BiquadState& smooth,
+void enhance(HeldLine<33>& low, BlockLine<NH>& high, double gain, BiquadState& smooth,
              VelmoStereoStep section, const double* x, double* y, int frames) {
     sBlocksAhead = true;
     sEnvelope.begin();
+    const auto chunkAt = [frames](int done) {
+        return frames - done < kChunkFrames ? frames - done : kChunkFrames;
+    };
+    VelmoPreEmphasise(section, x, chunkAt(0), low.input(0), low.input(1));
+    Emphasis pre{section, VelmoPreEmphasisParts(section), nullptr, 0};
     for (int done = 0; done < frames; done += kChunkFrames) {
-        const int n = frames - done < kChunkFrames ? frames - done : kChunkFrames;
+        const int n = chunkAt(done);
+        pre.next = x + 2 * (done + n);
+        pre.nextFrames = done + n < frames ? chunkAt(done + n) : 0;
 #ifdef QUORVEX_WIDE_KERNELS
         if (kWideBlocks) {
-            enhanceChunkWide(low, high, section, gain, smooth, x + 2 * done, y + 4 * done, n);
+            enhanceChunkWide(low, high, pre, gain, smooth, y + 4 * done, n);
             continue;
         }
 #endif
-        enhanceChunkPlain(low, high, section, gain, smooth, x + 2 * done, y + 4 * done, n);
+        enhanceChunkPlain(low, high, pre, gain, smooth, y + 4 * done, n);
     }
 }
 

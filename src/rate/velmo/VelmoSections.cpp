@@ -299,8 +299,7 @@ void Velmo_Super_48K_16(double inL, double inR, double* outL, double* outR) {
     biquadStep(sVelmoSuper48K16, sSuper48K16, inL, inR, outL, outR);
 }
 
-void VelmoPreEmphasise(VelmoStereoStep section, const double* x, int frames, double* heldL,
-                       double* heldR) {
+VelmoSectionParts VelmoPreEmphasisParts(VelmoStereoStep step) {
     struct PreEmphasis {
         VelmoStereoStep step;
         const VelmoBiquadCoeffs& coeffs;
@@ -316,21 +315,24 @@ void VelmoPreEmphasise(VelmoStereoStep section, const double* x, int frames, dou
         {Velmo_Super_48K_24, sVelmoSuper48K24, sSuper48K24},
         {Velmo_Super_48K_16, sVelmoSuper48K16, sSuper48K16},
     };
-    for (const PreEmphasis& s : sections) {
-        if (s.step != section) continue;
-        // The histories stay in registers rather than round memory each frame.
-        dsp::SectionHistory<double> left = s.state.left, right = s.state.right;
-        for (int i = 0; i < frames; ++i) {
-            heldL[2 * i] = heldL[2 * i + 1] = dsp::runSection(s.coeffs, left, x[2 * i]);
-            heldR[2 * i] = heldR[2 * i + 1] = dsp::runSection(s.coeffs, right, x[2 * i + 1]);
-        }
-        s.state.left = left;
-        s.state.right = right;
+    for (const PreEmphasis& s : sections)
+        if (s.step == step) return {&s.coeffs, &s.state.left, &s.state.right};
+    return {nullptr, nullptr, nullptr};
+}
+
+void VelmoPreEmphasise(VelmoStereoStep section, const double* x, int frames, double* outL,
+                       double* outR) {
+    const VelmoSectionParts s = VelmoPreEmphasisParts(section);
+    if (s.coeffs == nullptr) {
+        for (int i = 0; i < frames; ++i) section(x[2 * i], x[2 * i + 1], &outL[i], &outR[i]);
         return;
     }
+    // The histories stay in registers rather than round memory each frame.
+    dsp::SectionHistory<double> left = *s.left, right = *s.right;
     for (int i = 0; i < frames; ++i) {
-        section(x[2 * i], x[2 * i + 1], &heldL[2 * i], &heldR[2 * i]);
-        heldL[2 * i + 1] = heldL[2 * i];
-        heldR[2 * i + 1] = heldR[2 * i];
+        outL[i] = dsp::runSection(*s.coeffs, left, x[2 * i]);
+        outR[i] = dsp::runSection(*s.coeffs, right, x[2 * i + 1]);
     }
+    *s.left = left;
+    *s.right = right;
 }

@@ -11,6 +11,8 @@
 
 #include <array>
 
+#include "dsp/Section.h"
+
 struct VelmoFrame {
     double l, r;
 };
@@ -67,9 +69,17 @@ void Velmo_Super_48K_24(double inL, double inR, double* outL, double* outR);
 void Velmo_Super_48K_16(double inL, double inR, double* outL, double* outR);
 
 // One of the pre-emphasis sections above over `frames` interleaved stereo
-// frames, each result stored twice, at heldL[2i] and heldL[2i + 1] (and
-// likewise right), as the interpolating low-passes take it.
-void VelmoPreEmphasise(VelmoStereoStep section, const double* x, int frames, double* heldL,
-                       double* heldR);
+// frames, frame i's results at outL[i] and outR[i].
+void VelmoPreEmphasise(VelmoStereoStep section, const double* x, int frames, double* outL,
+                       double* outR);
+
+// A pre-emphasis section's coefficients and its channels' histories, for a
+// block pass that runs it beside other work; all null for any other step.
+struct VelmoSectionParts {
+    const dsp::SectionCoeffs* coeffs;
+    dsp::SectionHistory<double>* left;
+    dsp::SectionHistory<double>* right;
+};
+VelmoSectionParts VelmoPreEmphasisParts(VelmoStereoStep step);
 
 #endif
