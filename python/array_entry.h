@@ -48,23 +48,26 @@ ArrayLayout checkArray(const ArrayDescription& array);
 void toStereo(const void* samples, const ArrayLayout& layout, long long first, long long count,
               double* stereo);
 
+// The samples themselves where they already are interleaved stereo doubles,
+// so the chain can read them in place; else null.
+inline const double* stereoInPlace(const void* samples, const ArrayLayout& layout) {
+    const bool interleavedStereo = layout.channels == 2 && !layout.channelsFirst;
+    return layout.isDouble && interleavedStereo ? static_cast<const double*>(samples) : nullptr;
+}
+
 // Stereo frames the chain made, appended in the layout's sample type and
-// channel count, interleaved; mono is folded back as (L + R) / 2.
+// channel count, interleaved; mono is folded back as (L + R) / 2. The vector
+// grows by insertion, never zero-filled first: the output is the largest
+// thing a call touches.
 template <typename Sample>
 void appendFrames(const double* stereo, long long frames, int channels, std::vector<Sample>& out) {
-    const size_t start = out.size();
-    out.resize(start + static_cast<size_t>(frames * channels));
-    Sample* to = out.data() + start;
-    for (long long f = 0; f < frames; ++f) {
-        const double left = stereo[2 * f];
-        const double right = stereo[2 * f + 1];
-        if (channels == 1) {
-            to[f] = static_cast<Sample>((left + right) / 2);
-        } else {
-            to[2 * f] = static_cast<Sample>(left);
-            to[2 * f + 1] = static_cast<Sample>(right);
-        }
+    if (channels == 2) {
+        out.insert(out.end(), stereo, stereo + 2 * frames);
+        return;
     }
+    out.reserve(out.size() + static_cast<size_t>(frames));
+    for (long long f = 0; f < frames; ++f)
+        out.push_back(static_cast<Sample>((stereo[2 * f] + stereo[2 * f + 1]) / 2));
 }
 
 }  // namespace quorvex::python

@@ -119,6 +119,10 @@ void Stream::writeLocked(const void* samples, const ArrayLayout& layout, Output&
     if (finished) build();
     requireSameKind(layout);
     sinkTarget = &out;
+    if (const double* inPlace = stereoInPlace(samples, layout)) {
+        runner->write(inPlace, layout.frames);
+        return;
+    }
     stereo.resize(2 * static_cast<size_t>(std::min(layout.frames, kConvertFrames)));
     for (long long first = 0; first < layout.frames; first += kConvertFrames) {
         const long long count = std::min(kConvertFrames, layout.frames - first);

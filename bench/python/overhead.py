@@ -13,7 +13,7 @@ import numpy as np
 
 import quorvex
 
-RATE, SECONDS, RUNS = 44100, 180, 3
+RATE, SECONDS, RUNS = 44100, 180, 7
 CHAINS = ["eq:63=+3,1k=-2 velmo:source=mp3", "surround:hall=0.6 alc", "resample:48000"]
 
 
