@@ -28,37 +28,34 @@ QUORVEX_KERNEL_INLINE void storeLanes(double* p, const Lanes& v) { std::memcpy(p
 
 // A transposed line's output is h[0] x[n] + (h[1] x[n-1] + (... + h[N-1] x[n-N+1])):
 // its products summed from the oldest input to the newest. Here G groups of
-// four outputs, the first output's oldest input at w[0], each group its own
-// chain of sums.
+// four outputs, the first output's oldest inputs at window[0], each group its
+// own chain of sums.
 template <int G, std::size_t N>
-QUORVEX_KERNEL_INLINE void directGroups(const std::array<double, N>& h, const double* w,
+QUORVEX_KERNEL_INLINE void directGroups(const std::array<double, N>& h, const Lanes* window,
                                         double* y) {
-    Lanes acc[G], in;
+    Lanes acc[G];
     const Lanes oldest = {h[N - 1], h[N - 1], h[N - 1], h[N - 1]};
-    for (int g = 0; g < G; ++g) {
-        loadLanes(in, w + 4 * g);
-        acc[g] = in * oldest;
-    }
+    for (int g = 0; g < G; ++g) acc[g] = window[4 * g] * oldest;
     for (std::size_t t = 1; t < N; ++t) {
         const double c = h[N - 1 - t];
         const Lanes tap = {c, c, c, c};
-        for (int g = 0; g < G; ++g) {
-            loadLanes(in, w + t + 4 * g);
-            acc[g] = in * tap + acc[g];
-        }
+        for (int g = 0; g < G; ++g) acc[g] = window[t + 4 * g] * tap + acc[g];
     }
     for (int g = 0; g < G; ++g) storeLanes(y + 4 * g, acc[g]);
 }
 
 // Outputs from .. to-1 of one channel; output i's inputs are x[i+1] (oldest)
-// to x[i+N] (newest).
+// to x[i+N] (newest). window[m] holds x[m] .. x[m+3], so that every load of
+// the sums is one aligned vector.
 template <std::size_t N>
 QUORVEX_KERNEL_INLINE void directOutputs(const std::array<double, N>& h, const double* x, int from,
-                                         int to, double* y) {
+                                         int to, Lanes* window, double* y) {
     constexpr int kGroups = 8;
+    const int n = static_cast<int>(N);
+    for (int m = from + 1; m + 3 < to + n; ++m) loadLanes(window[m], x + m);
     int i = from;
-    for (; i + 4 * kGroups <= to; i += 4 * kGroups) directGroups<kGroups>(h, x + i + 1, y + i);
-    for (; i + 4 <= to; i += 4) directGroups<1>(h, x + i + 1, y + i);
+    for (; i + 4 * kGroups <= to; i += 4 * kGroups) directGroups<kGroups>(h, window + i + 1, y + i);
+    for (; i + 4 <= to; i += 4) directGroups<1>(h, window + i + 1, y + i);
     for (; i < to; ++i) {
         double acc = x[i + 1] * h[N - 1];
         for (std::size_t t = 1; t < N; ++t) acc = x[i + 1 + t] * h[N - 1 - t] + acc;
@@ -128,8 +125,8 @@ struct BlockLine {
         }
         if (i < count) {
             behind = true;
-            directOutputs(h, history[0], i, count, yL);
-            directOutputs(h, history[1], i, count, yR);
+            directOutputs(h, history[0], i, count, window, yL);
+            directOutputs(h, history[1], i, count, window, yR);
         }
         for (double* past : history) std::memmove(past, past + count, N * sizeof(double));
     }
@@ -147,6 +144,8 @@ struct BlockLine {
     double* line;
     // Per channel the N inputs before the chunk, oldest first, then the chunk's.
     double history[2][N + kChunkSamples] = {};
+    // Each channel's inputs as overlapping vectors, rebuilt for its direct outputs.
+    Lanes window[N + kChunkSamples] = {};
     int known = 0;        // inputs run since the line was last current, counted up to N - 1
     bool behind = false;  // whether the line still lacks the direct outputs' inputs
 };
