@@ -26,4 +26,14 @@ bool wideKernelsRun() {
 #endif
 }
 
+bool fmaKernelsRun() {
+#ifdef QUORVEX_WIDE_KERNELS
+    static const bool run = wideKernelsRun() && __builtin_cpu_supports("avx2") != 0 &&
+                            __builtin_cpu_supports("fma") != 0;
+    return run;
+#else
+    return false;
+#endif
+}
+
 }  // namespace framework

@@ -14,6 +14,9 @@
 #if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
 #define QUORVEX_WIDE_KERNELS 1
 #define QUORVEX_WIDE_TARGET __attribute__((target("avx")))
+// For kernels whose arithmetic is defined with fused multiply-adds; their
+// plain build computes the same fused operations one lane at a time.
+#define QUORVEX_FMA_TARGET __attribute__((target("avx2,fma")))
 #define QUORVEX_KERNEL_INLINE inline __attribute__((always_inline))
 #else
 #define QUORVEX_KERNEL_INLINE inline
@@ -27,6 +30,9 @@ bool wideKernelsAllowed();
 
 // Allowed, and the processor has 256-bit vectors of doubles.
 bool wideKernelsRun();
+
+// Wide kernels run, and the processor also has AVX2 and fused multiply-add.
+bool fmaKernelsRun();
 
 }  // namespace framework
 

@@ -11,7 +11,7 @@ namespace {
 constexpr double kPi = 3.141592653589793;
 // Stop-band attenuation the length is chosen for: 120 dB and a margin for
 // the float taps and sums.
-constexpr double kAttenuationDb = 130.0;
+constexpr double kAttenuationDb = 125.0;
 // The pass band ends at this fraction of the lower Nyquist frequency; the
 // stop band starts at that frequency.
 constexpr double kPassFraction = 0.9;
@@ -70,6 +70,8 @@ Design designFor(int inRate, int outRate) {
     const double width = (1.0 - kPassFraction) * lowerNyquist / inRate;
     const int groups = static_cast<int>(std::ceil(kaiserLength(width) / kTapGroup));
     d.taps = groups * kTapGroup;
+    const int reach = kTapGroup - 1 + (kBatch - 1) * (d.down / d.up + 1);
+    d.pad = (reach + kTapGroup - 1) / kTapGroup * kTapGroup;
     if (d.up > CleanResampler::kMostRatioTerm || d.down > CleanResampler::kMostRatioTerm ||
         static_cast<long>(d.up) * d.taps > kMostTableTaps)
         return {};
@@ -79,7 +81,7 @@ Design designFor(int inRate, int outRate) {
 std::vector<float> phaseTable(const Design& d, int inRate, int outRate) {
     const double lowerNyquist = 0.5 * std::min(inRate, outRate);
     const Prototype prototype{0.5 * (1.0 + kPassFraction) * lowerNyquist / inRate, 0.5 * d.taps};
-    std::vector<float> table(static_cast<size_t>(d.up) * d.taps);
+    std::vector<float> table(static_cast<size_t>(d.up) * d.rowStride(), 0.0f);
     std::vector<double> run(d.taps);
     for (int p = 0; p < d.up; ++p) {
         // Tap j weights the input (taps / 2 - 1 - j) periods before the
@@ -91,7 +93,8 @@ std::vector<float> phaseTable(const Design& d, int inRate, int outRate) {
             sum += run[j];
         }
         for (int j = 0; j < d.taps; ++j)
-            table[static_cast<size_t>(p) * d.taps + j] = static_cast<float>(run[j] / sum);
+            table[static_cast<size_t>(p) * d.rowStride() + d.pad + j] =
+                static_cast<float>(run[j] / sum);
     }
     return table;
 }

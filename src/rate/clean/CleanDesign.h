@@ -13,6 +13,8 @@ namespace quorvex::clean {
 
 // Taps come in groups of this many, the width of the kernel's lanes.
 inline constexpr int kTapGroup = 8;
+// Consecutive outputs summed together over one pass of the history.
+inline constexpr int kBatch = 4;
 inline constexpr long kMostTableTaps = 1L << 22;
 
 // A rate pair reduced to its ratio and the filter that converts it.
@@ -20,6 +22,12 @@ struct Design {
     int up = 0;    // phases: output rate over the rates' greatest common divisor
     int down = 0;  // input rate over it
     int taps = 0;  // input frames per output, a whole number of tap groups
+    // Zero taps before each run, a whole number of tap groups: as far as an
+    // output of a batch may start past the tap group its first output starts
+    // in. As many and one group more follow the run.
+    int pad = 0;
+
+    int rowStride() const { return taps + 2 * pad + kTapGroup; }
 
     bool passThrough() const { return up == down; }
 };
@@ -29,9 +37,10 @@ struct Design {
 // kMostRatioTerm, too large a table).
 Design designFor(int inRate, int outRate);
 
-// The phase table: run p (of d.taps taps, oldest input first) weights the
-// inputs of an output that lies p / d.up input periods past an input frame.
-// Each run sums to 1, so a constant comes out unchanged.
+// The phase table: run p (of d.taps taps, oldest input first, starting
+// d.pad floats into row p of d.rowStride()) weights the inputs of an output
+// that lies p / d.up input periods past an input frame. Each run sums to 1,
+// so a constant comes out unchanged.
 std::vector<float> phaseTable(const Design& d, int inRate, int outRate);
 
 }  // namespace quorvex::clean

@@ -1,9 +1,16 @@
 #include "rate/clean/CleanKernels.h"
 
+#include <cmath>
 #include <cstring>
 
 #include "framework/KernelChoice.h"
 #include "rate/clean/CleanDesign.h"
+
+// The other filters reproduce a fixed order of roundings bit for bit, so the
+// library is built without contraction of products into sums. This
+// converter's arithmetic is its own and is defined with fused multiply-adds,
+// which the plain build computes one correctly rounded lane at a time and the
+// wide build with the instruction: the same bits, half the operations.
 
 namespace quorvex::clean {
 
@@ -13,14 +20,14 @@ typedef float Lanes __attribute__((vector_size(kTapGroup * sizeof(float))));
 typedef float Quad __attribute__((vector_size(4 * sizeof(float))));
 
 // Lanes pass by reference only: by value they would take a different
-// calling convention in the wide build.
-QUORVEX_KERNEL_INLINE void addProducts(Lanes& acc, const Lanes& h, const float* x) {
-    Lanes v;
-    std::memcpy(&v, x, sizeof v);
-    acc += h * v;
+// calling convention in the wide build. The fused build turns the lanes'
+// fused multiply-adds into one instruction.
+QUORVEX_KERNEL_INLINE void multiplyAdd(Lanes& acc, const Lanes& h, const Lanes& x) {
+#pragma GCC unroll 8
+    for (int i = 0; i < kTapGroup; ++i) acc[i] = std::fma(h[i], x[i], acc[i]);
 }
 
-QUORVEX_KERNEL_INLINE void loadTaps(Lanes& h, const float* p) { std::memcpy(&h, p, sizeof h); }
+QUORVEX_KERNEL_INLINE void load(Lanes& v, const float* p) { std::memcpy(&v, p, sizeof v); }
 
 QUORVEX_KERNEL_INLINE void foldHalves(Quad& folded, const Lanes& s) {
     Quad low, high;
@@ -29,13 +36,12 @@ QUORVEX_KERNEL_INLINE void foldHalves(Quad& folded, const Lanes& s) {
     folded = low + high;
 }
 
-// Each channel's lane sets added, then its lanes in one fixed order,
+// Each channel's lanes in one fixed order,
 // ((s0 + s4) + (s2 + s6)) + ((s1 + s5) + (s3 + s7)), both channels at once.
-QUORVEX_KERNEL_INLINE void stereoSums(const Lanes& l0, const Lanes& l1, const Lanes& r0,
-                                      const Lanes& r1, double* out) {
+QUORVEX_KERNEL_INLINE void stereoSums(const Lanes& left, const Lanes& right, double* out) {
     Quad l, r;
-    foldHalves(l, l0 + l1);
-    foldHalves(r, r0 + r1);
+    foldHalves(l, left);
+    foldHalves(r, right);
     const Quad evens = {l[0], l[1], r[0], r[1]};
     const Quad odds = {l[2], l[3], r[2], r[3]};
     const Quad pairs = evens + odds;
@@ -43,41 +49,55 @@ QUORVEX_KERNEL_INLINE void stereoSums(const Lanes& l0, const Lanes& l1, const La
     out[1] = pairs[2] + pairs[3];
 }
 
-QUORVEX_KERNEL_INLINE void produce(const Plan& plan, const float* left, const float* right,
-                                   Cursor& cursor, int64_t count, double* out) {
-    constexpr int kPair = 2 * kTapGroup;
-    for (int64_t n = 0; n < count; ++n) {
-        const float* h = plan.table + static_cast<int64_t>(cursor.phase) * plan.taps;
-        const float* l = left + cursor.first;
-        const float* r = right + cursor.first;
-        // Two lane sets per channel keep four independent chains of additions
-        // in flight.
-        Lanes l0 = {}, l1 = {}, r0 = {}, r1 = {};
-        int j = 0;
-        for (; j + kPair <= plan.taps; j += kPair) {
-            Lanes h0, h1;
-            loadTaps(h0, h + j);
-            loadTaps(h1, h + j + kTapGroup);
-            addProducts(l0, h0, l + j);
-            addProducts(r0, h0, r + j);
-            addProducts(l1, h1, l + j + kTapGroup);
-            addProducts(r1, h1, r + j + kTapGroup);
-        }
-        if (j < plan.taps) {
-            Lanes h0;
-            loadTaps(h0, h + j);
-            addProducts(l0, h0, l + j);
-            addProducts(r0, h0, r + j);
-        }
-        stereoSums(l0, l1, r0, r1, out + 2 * n);
+QUORVEX_KERNEL_INLINE void advance(const Plan& plan, Cursor& cursor) {
+    cursor.first += plan.stepFrames;
+    cursor.phase += plan.stepPhase;
+    if (cursor.phase >= plan.up) {
+        cursor.phase -= plan.up;
+        cursor.first += 1;
+    }
+}
 
-        cursor.first += plan.stepFrames;
-        cursor.phase += plan.stepPhase;
-        if (cursor.phase >= plan.up) {
-            cursor.phase -= plan.up;
-            cursor.first += 1;
+// `Outputs` consecutive outputs in one pass over the history from the tap
+// group their first window starts in. Each output's run is read shifted by
+// where its window starts past that group, so the history loads are shared
+// and whole groups; the zero taps padding the runs add nothing.
+template <int Outputs>
+QUORVEX_KERNEL_INLINE void produceBatch(const Plan& plan, const float* left, const float* right,
+                                        Cursor& cursor, double* out) {
+    const int64_t base = cursor.first & ~int64_t{kTapGroup - 1};
+    const float* runs[Outputs];
+    int64_t reach = 0;
+    for (int k = 0; k < Outputs; ++k) {
+        const int64_t shift = cursor.first - base;
+        runs[k] = plan.table + static_cast<int64_t>(cursor.phase) * plan.stride - shift;
+        reach = shift + plan.taps;
+        advance(plan, cursor);
+    }
+    const float* l = left + base;
+    const float* r = right + base;
+    Lanes sumsLeft[Outputs] = {}, sumsRight[Outputs] = {};
+    for (int64_t j = 0; j < reach; j += kTapGroup) {
+        Lanes x, y;
+        load(x, l + j);
+        load(y, r + j);
+#pragma GCC unroll 4
+        for (int k = 0; k < Outputs; ++k) {
+            Lanes h;
+            load(h, runs[k] + j);
+            multiplyAdd(sumsLeft[k], h, x);
+            multiplyAdd(sumsRight[k], h, y);
         }
     }
+    for (int k = 0; k < Outputs; ++k) stereoSums(sumsLeft[k], sumsRight[k], out + 2 * k);
+}
+
+QUORVEX_KERNEL_INLINE void produce(const Plan& plan, const float* left, const float* right,
+                                   Cursor& cursor, int64_t count, double* out) {
+    int64_t n = 0;
+    for (; n + kBatch <= count; n += kBatch)
+        produceBatch<kBatch>(plan, left, right, cursor, out + 2 * n);
+    for (; n < count; ++n) produceBatch<1>(plan, left, right, cursor, out + 2 * n);
 }
 
 void producePlain(const Plan& plan, const float* left, const float* right, Cursor& cursor,
@@ -86,11 +106,11 @@ void producePlain(const Plan& plan, const float* left, const float* right, Curso
 }
 
 #ifdef QUORVEX_WIDE_KERNELS
-// One 256-bit register per lane set instead of two 128-bit ones; each lane
-// does the same operations in the same order.
-const bool kWideSums = framework::wideKernelsRun();
+// Without the fused instruction a wide build would still fuse lane by lane,
+// no faster than the plain one, so only the fused build is wide.
+const bool kFusedSums = framework::fmaKernelsRun();
 
-QUORVEX_WIDE_TARGET void produceWide(const Plan& plan, const float* left, const float* right,
+QUORVEX_FMA_TARGET void produceFused(const Plan& plan, const float* left, const float* right,
                                      Cursor& cursor, int64_t count, double* out) {
     produce(plan, left, right, cursor, count, out);
 }
@@ -101,7 +121,7 @@ QUORVEX_WIDE_TARGET void produceWide(const Plan& plan, const float* left, const 
 void produceOutputs(const Plan& plan, const float* left, const float* right, Cursor& cursor,
                     int64_t count, double* out) {
 #ifdef QUORVEX_WIDE_KERNELS
-    if (kWideSums) return produceWide(plan, left, right, cursor, count, out);
+    if (kFusedSums) return produceFused(plan, left, right, cursor, count, out);
 #endif
     producePlain(plan, left, right, cursor, count, out);
 }

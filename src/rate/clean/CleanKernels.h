@@ -10,7 +10,8 @@ namespace quorvex::clean {
 
 // The phase table and how far one output moves the window.
 struct Plan {
-    const float* table;
+    const float* table;  // the first tap of run 0
+    int stride;          // floats from one run to the next
     int taps;
     int up;
     int stepFrames;  // whole input frames per output: down / up
@@ -24,10 +25,13 @@ struct Cursor {
 };
 
 // Writes `count` interleaved stereo outputs to `out`, moving `cursor` on.
-// Each output is the sum of taps x history over its window in float: sixteen
-// lanes per channel, tap group g in lane set g % 2, then the lane sets added
-// and their eight lanes reduced in one fixed order. Every build gives the
-// same bits.
+// Each output is the sum of taps x history over its window in float, by
+// fused multiply-adds into eight lanes per channel: lane i takes, in order,
+// the history frames whose position is i modulo 8, and the lanes are then
+// reduced in one fixed order. Every build gives the same bits, and an
+// output's bits do not depend on the outputs computed beside it, provided
+// the history only ever moves by whole multiples of 8 frames. The history
+// must be readable 8 frames past the last window.
 void produceOutputs(const Plan& plan, const float* left, const float* right, Cursor& cursor,
                     int64_t count, double* out);
 
