@@ -13,8 +13,8 @@ namespace quorvex {
 // polyphase low-pass: flat within 0.01 dB up to 0.9 x the lower of the two
 // Nyquist frequencies and more than 120 dB down from that Nyquist frequency
 // on, so neither images nor aliases survive whichever way the rate goes.
-// The filter grows with the ratio: 176 input taps per output at 44.1 kHz to
-// 48 kHz, 376 at 96 kHz to 44.1 kHz.
+// The filter grows with the ratio: 168 input taps per output at 44.1 kHz to
+// 48 kHz, 360 at 96 kHz to 44.1 kHz.
 //
 // Every instance keeps its own state, so several may run at once on
 // different threads. Rates from 8 kHz to 384 kHz convert when their ratio
