@@ -6,8 +6,6 @@
 #include <lv2/log/log.h>
 #include <lv2/urid/urid.h>
 #include <sndfile.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
@@ -20,6 +18,8 @@
 #include <memory>
 #include <string>
 #include <vector>
+
+#include "support/FreshProcess.h"
 
 namespace {
 
@@ -187,25 +187,6 @@ TEST(Lv2Apply, EachPluginMatchesTheChainLayer) {
     for (const ApplyCase& c : cases) expectSameAsChain(c, 10007);
 }
 
-// What `make` returns when run in a child process: the filters' process-wide
-// state there is this process's as it was before anything ran.
-std::vector<float> inChildProcess(const std::function<std::vector<float>()>& make) {
-    const std::string path = ::testing::TempDir() + "lv2-child.f32";
-    if (fork() == 0) {
-        const std::vector<float> made = make();
-        std::ofstream(path, std::ios::binary)
-            .write(reinterpret_cast<const char*>(made.data()),
-                   static_cast<std::streamsize>(made.size() * sizeof(float)));
-        _exit(0);
-    }
-    wait(nullptr);
-    std::ifstream file(path, std::ios::binary | std::ios::ate);
-    std::vector<float> made(static_cast<size_t>(file.tellg()) / sizeof(float));
-    file.seekg(0).read(reinterpret_cast<char*>(made.data()),
-                       static_cast<std::streamsize>(made.size() * sizeof(float)));
-    return made;
-}
-
 // What the plug-ins told the tests' host through its log, whatever the kind.
 std::vector<std::string> logged;
 
@@ -287,7 +268,7 @@ struct EqRun {
 TEST(Lv2Host, OddBlocksMatchTheChainLayerAndAMovedControlActsAtTheNextBlock) {
     const std::vector<float> signal = testSignal(12000, 2, 0.4);
     const std::vector<float> expected =
-        inChildProcess([&] { return chainOutput("eq:63=6", 48000, signal); });
+        testutil::inFreshProcess<float>([&] { return chainOutput("eq:63=6", 48000, signal); });
     Host host;
     EqRun eq(host.instantiate("eq", 48000));
     std::vector<float> out;

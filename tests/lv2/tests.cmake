@@ -9,6 +9,7 @@ if(TARGET quorvex_lv2)
   add_executable(quorvex_lv2_tests ${CMAKE_CURRENT_LIST_DIR}/Plugins_test.cpp)
   target_compile_definitions(quorvex_lv2_tests PRIVATE
     QUORVEX_LV2_PATH="${QUORVEX_LV2_PATH}")
+  target_include_directories(quorvex_lv2_tests PRIVATE ${CMAKE_CURRENT_LIST_DIR}/..)
   target_link_libraries(quorvex_lv2_tests PRIVATE quorvex::chain PkgConfig::LILV
     PkgConfig::SNDFILE GTest::gtest GTest::gtest_main)
   add_dependencies(quorvex_lv2_tests quorvex_lv2)

@@ -119,9 +119,7 @@ def test_refusals(call, error, words):
         call()
 
 
-@pytest.mark.parametrize("chain", [
-    "nope", "eq:63=+30", "alc:mode=x", "velmo:source=tape", "eq eq", "alc:mode",
-])
+@pytest.mark.parametrize("chain", ["nope", "eq eq"])
 def test_chain_refusals_carry_the_tools_message(chain):
     with pytest.raises(ValueError) as raised:
         quorvex.Chain(chain, RATE)

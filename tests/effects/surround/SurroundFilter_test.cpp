@@ -2,14 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <cstddef>
 #include <cstring>
 #include <limits>
 #include <vector>
 
+#include "support/FreshProcess.h"
 #include "support/ParamBlock.h"
 #include "support/RunBlock.h"
 #include "support/Signals.h"
@@ -132,24 +130,12 @@ TEST(SurroundFilter, LiveStageOnset) {
 
 // The child process starts from the same tone-shaping history as this one.
 TEST(SurroundFilter, TwoBlocksOfOneHundredFramesEqualOneOfTwoHundred) {
-    int fds[2];
-    ASSERT_EQ(pipe(fds), 0);
     const std::vector<double> x = testutil::noise(200);
-    const size_t bytes = x.size() * sizeof(double);
     SurroundFilter f;
     configure(f, kAllStages);
-    const pid_t child = fork();
-    if (child == 0) {
-        const std::vector<double> y = run(f, x, 44100, 100);
-        _exit(write(fds[1], y.data(), bytes) == static_cast<ssize_t>(bytes) ? 0 : 1);
-    }
-    const std::vector<double> whole = run(f, x);
-    std::vector<double> split(x.size());
-    ASSERT_EQ(read(fds[0], split.data(), bytes), static_cast<ssize_t>(bytes));
-    int status = -1;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
-    EXPECT_EQ(split, whole);
+    const std::vector<double> split =
+        testutil::inFreshProcess<double>([&] { return run(f, x, 44100, 100); });
+    EXPECT_EQ(split, run(f, x));
 }
 
 // The tone shaping's first output is the product of its section gains; its

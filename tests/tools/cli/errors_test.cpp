@@ -13,97 +13,35 @@ struct BadRun {
     const char* chain;
     const char* message;  // a part of the one line expected on stderr
     int status;           // 2 for usage errors, 1 for the rest
-    const char* in = "in.wav";
-    int format = kWav16;  // of one second of audio written to `in`, or kNoFile or kText
     const char* out = "out.wav";
     std::vector<std::string> extra = {};
-    bool cut = false;  // the input cut off halfway
+    const char* in = "in.wav";
+    int format = kWav16;  // of one second of audio written to `in`, or kNoFile or kText
+    bool cut = false;     // the input cut off halfway
     long fileSizeLimit = 0;
-    int rate = kRate;
-    int channels = 2;
 };
 
 void PrintTo(const BadRun& bad, std::ostream* out) { *out << bad.name; }
 
+// Each row takes a different road to its refusal; the wording of every chain
+// refusal is the chain layer's and pinned with it.
 const BadRun kBadRuns[] = {
-    {"MissingInput", "alc", "cannot read", 1, "none.wav", kNoFile},
-    {"NotAudio", "alc", "cannot read", 1, "in.wav", kText},
-    {"TruncatedWav", "alc", "truncated", 1, "in.wav", kWav16, "out.wav", {}, true},
-    {"TruncatedFlac", "alc", "truncated", 1, "in.flac", kFlac16, "out.flac", {}, true},
-    {"TruncatedAiff", "alc", "truncated", 1, "in.aiff", kAiff24, "out.aiff", {}, true},
-    {"MoreThanTwoChannels",
-     "alc",
-     "3 channels",
-     1,
-     "in.wav",
-     kWav16,
-     "out.wav",
-     {},
-     false,
-     0,
-     kRate,
-     3},
+    {"MissingInput", "alc", "cannot read", 1, "out.wav", {}, "none.wav", kNoFile},
+    {"NotAudio", "alc", "cannot read", 1, "out.wav", {}, "in.wav", kText},
+    {"TruncatedFlac", "alc", "truncated", 1, "out.flac", {}, "in.flac", kFlac16, true},
     {"UnknownFilter", "alc nosuch:x=1", "unknown filter 'nosuch'", 2},
-    {"UnknownParameter", "alc:gain=3", "unknown parameter 'gain'", 2},
-    {"ValueOutOfRange", "alc:recovery=2", "recovery takes 0 to 1", 2},
-    {"ValueNotANumber", "alc:recovery=fast", "not a number", 2},
-    {"ValueNotWhole", "resample:48000.5", "rate=48000.5 must be a whole number", 2},
     {"DecibelsBetweenTheEqualizerSteps", "eq:1k=-2.5dB", "1k=-2.5dB must be a whole number", 2},
-    {"RatesWithoutCommonMultiple", "resample:44101,engine=exact", "have no common multiple", 1},
-    {"RatesWithoutShortRatio", "resample:44101", "does not convert to 44101 Hz", 1},
-    {"IntegerFilterInAChain", "alc hold", "cannot share a chain", 2},
-    {"SharedStateFilterTwice", "eq:63=+3 alc eq:1k=-2", "holds eq twice", 2},
     {"BandAbsentAtThisRate", "eq:32k=+3",
      "not at the 44100 Hz of this stream; put velmo:enhance=off first", 1},
-    {"HighRateFilterOnCdAudio", "hpeq",
-     "works at 88200 or 96000 Hz, not at the 44100 Hz this stream has at that point; put "
-     "velmo:enhance=off first",
-     1},
-    {"EnhancerAt96000Hz",
-     "velmo:enhance=on",
-     "velmo works at 44100 or 48000 Hz, not at the 96000 Hz this stream has at that point; put "
-     "resample:48000 first",
-     1,
-     "in.wav",
-     kWav16,
-     "out.wav",
-     {},
-     false,
-     0,
-     96000},
-    {"EnhancerOnA32BitSource", "velmo", "velmo enhances 16- and 24-bit sources", 1, "in.wav",
-     SF_FORMAT_WAV | SF_FORMAT_PCM_32},
     {"SectionsFileMissing", "alc personalize:file=none.txt,enabled=off", "cannot read", 1},
-    {"OutputIsTheInput", "alc", "is the input file", 2, "in.wav", kWav16,
-     "./in.wav"},  // another spelling
-    {"FloatIntoFlac",
-     "alc",
-     "FLAC holds no float samples",
-     2,
-     "in.wav",
-     kWav16,
-     "out.flac",
-     {"--bits", "float"}},
-    {"DiskFull", "alc", "cannot write", 1, "in.wav", kWav16, "out.wav", {}, false, 100000},
-    {"UnknownOutputType", "alc", ".wav, .flac and .aiff", 2, "in.wav", kWav16, "out.mp3"},
-    {"DepthTheOutputTypeCannotHold",
-     "alc",
-     "cannot hold 32-bit",
-     2,
-     "in.wav",
-     kWav16,
-     "out.flac",
-     {"--bits", "32"}},
-    {"UnknownDepth",
-     "alc",
-     "choose 16, 24, 32 or float",
-     2,
-     "in.wav",
-     kWav16,
-     "out.wav",
-     {"--bits", "12"}},
-    {"EmptyDepth", "alc", "--bits needs a value", 2, "in.wav", kWav16, "out.wav", {"--bits="}},
-    {"UnknownOption", "alc", "unknown option '--loud'", 2, "in.wav", kWav16, "out.wav", {"--loud"}},
+    {"OutputIsTheInput", "alc", "is the input file", 2, "./in.wav"},  // another spelling
+    {"FloatIntoFlac", "alc", "FLAC holds no float samples", 2, "out.flac", {"--bits", "float"}},
+    {"DiskFull", "alc", "cannot write", 1, "out.wav", {}, "in.wav", kWav16, false, 100000},
+    {"UnknownOutputType", "alc", ".wav, .flac and .aiff", 2, "out.mp3"},
+    {"DepthTheOutputTypeCannotHold", "alc", "cannot hold 32-bit", 2, "out.flac", {"--bits", "32"}},
+    {"UnknownDepth", "alc", "choose 16, 24, 32 or float", 2, "out.wav", {"--bits", "12"}},
+    {"EmptyDepth", "alc", "--bits needs a value", 2, "out.wav", {"--bits="}},
+    {"UnknownOption", "alc", "unknown option '--loud'", 2, "out.wav", {"--loud"}},
 };
 
 class CliBadInput : public testing::TestWithParam<BadRun> {};
@@ -112,8 +50,7 @@ TEST_P(CliBadInput, FailsWithOneClearLineAndLeavesNoOutput) {
     const BadRun& bad = GetParam();
     ScratchDir dir;
     if (bad.format == kText) writeText(dir.file(bad.in), "this is a letter, not a sound\n");
-    const std::vector<double> second = musicLike(bad.rate, bad.channels, bad.rate);
-    if (bad.format > 0) writeAudio(dir.file(bad.in), bad.format, bad.channels, second, bad.rate);
+    if (bad.format > 0) writeAudio(dir.file(bad.in), bad.format, 2, musicLike(kRate, 2));
     const std::string whole = fileBytes(dir.file(bad.in));
     if (bad.cut) writeText(dir.file(bad.in), whole.substr(0, whole.size() / 2));
     if (!std::strchr(bad.out, '/')) writeText(dir.file(bad.out), "an earlier result");

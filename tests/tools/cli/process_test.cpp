@@ -37,7 +37,6 @@ struct RoundTrip {
 TEST(CliProcess, DisabledChainHandsTheSamplesBack) {
     const double nearest = 0.5 + 1.0 / 128;  // the integer road may move one 24-bit step
     const RoundTrip trips[] = {{kWav16, 2, "", kWav16, 0},
-                               {kWav16, 1, "", kWav16, 0},
                                {kFlac24, 2, "", kFlac24, 1, true},
                                {kWavFloat, 2, "", kWavFloat, 0},
                                {kWav16, 2, "24", kAiff24, 0},
@@ -87,20 +86,6 @@ TEST(CliProcess, DisabledChainHandsTheSamplesBack) {
         }
         EXPECT_LE(worst, c.steps);
         EXPECT_LT(std::fabs(offset), 0.05);
-    }
-}
-
-TEST(CliProcess, EnhancerDoublesTheRateAndWrites24Bits) {
-    ScratchDir dir;
-    writeAudio(dir.file("in.flac"), kFlac16, 2, musicLike(kRate, 2));
-    for (const std::string settings : {"", ":enhance=off"}) {
-        const RunResult run =
-            runQuorvex(process(dir, "in.flac", "out.flac", "eq:1k=+2 velmo" + settings));
-        ASSERT_EQ(run.status, 0) << settings << ": " << run.err;
-        const Audio out = readAudio(dir.file("out.flac"));
-        EXPECT_EQ(out.info.format, kFlac24) << settings;
-        EXPECT_EQ(out.info.samplerate, 2 * kRate) << settings;
-        EXPECT_EQ(out.info.frames, 2 * kRate) << settings;
     }
 }
 
