@@ -23,8 +23,16 @@ constexpr int kChunkSamples = 2 * kChunkFrames;
 // of one output at a time; without 256-bit vectors the compiler splits them.
 typedef double Lanes __attribute__((vector_size(32)));
 
-QUORVEX_KERNEL_INLINE void loadLanes(Lanes& v, const double* p) { std::memcpy(&v, p, sizeof v); }
-QUORVEX_KERNEL_INLINE void storeLanes(double* p, const Lanes& v) { std::memcpy(p, &v, sizeof v); }
+// Four doubles at any double's address. Moved as one vector rather than with
+// memcpy, which the compiler may split into halves or route through the stack.
+typedef double UnalignedLanes __attribute__((vector_size(32), aligned(8), may_alias));
+
+QUORVEX_KERNEL_INLINE void loadLanes(Lanes& v, const double* p) {
+    v = *reinterpret_cast<const UnalignedLanes*>(p);
+}
+QUORVEX_KERNEL_INLINE void storeLanes(double* p, const Lanes& v) {
+    *reinterpret_cast<UnalignedLanes*>(p) = v;
+}
 
 // A transposed line's output is h[0] x[n] + (h[1] x[n-1] + (... + h[N-1] x[n-N+1])):
 // its products summed from the oldest input to the newest. Here G groups of
