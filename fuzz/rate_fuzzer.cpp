@@ -161,13 +161,21 @@ struct CleanStream {
 
 void cleanResample(FuzzedDataProvider& bytes, quorvex::CleanResampler& filter, int outRate,
                    CleanStream& stream) {
-    if (bytes.ConsumeIntegralInRange<int>(0, 15) == 0) stream = {fuzz::sampleRate(bytes), {}};
+    // A new rate starts a new stream; the rate the stream has is no change.
+    const int rate =
+        bytes.ConsumeIntegralInRange<int>(0, 15) == 0 ? fuzz::sampleRate(bytes) : stream.inRate;
+    const bool changed = rate != stream.inRate;
+    if (changed) stream = {rate, {}};
     fuzz::InputBlock in(bytes, kMaxBlock, stream.inRate, fuzz::bitDepth(bytes));
     const bool converts = quorvex::CleanResampler::converts(stream.inRate, outRate);
     const int64_t inFrames = stream.counts.inFrames + in.buffer.length / 2;
     // A pair the converter refuses has no output due; rates may be 0 or negative.
     const int64_t due =
         converts ? 2 * (inFrames * outRate / stream.inRate - stream.counts.outFrames) : 0;
+    // Until a block at a new rate arrives, the converter still has the old one.
+    if (!changed)
+        fuzz::require(2 * filter.outputFrames(in.buffer.length / 2) == due,
+                      "clean converter's output count");
     const int capacity = static_cast<int>(
         std::clamp<int64_t>(due + bytes.ConsumeIntegralInRange<int>(-2, 2), 0, kMaxOutput));
     fuzz::GuardedOutput out(capacity);
