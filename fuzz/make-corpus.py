@@ -90,6 +90,25 @@ SEEDS = [
     (F44_16, 0, "gain:-3dB,db=2"),
     (F44_16, 0, " ".join(["gain"] * 11)),
     (F44_16, 0, "hpeq:file=/nonexistent/sections"),
+    (F44_16, 0, "alc:bogus=1"),
+    # The exact engine: up within its pass band, down, equal rates, and the
+    # pairs it refuses.
+    (F44_16, PCM, "resample:48000,engine=exact"),
+    (F48_24, 0, "resample:48000,engine=exact"),
+    (F96_32, PCM, "resample:44100,engine=exact,bits=16"),
+    (F88_24, 0, "resample:96000,engine=exact"),
+    (F48_16, 0, "resample:96000,engine=exact"),
+    (F44_16, 0, "resample:44101,engine=exact"),
+    # The clean engine at steep and awkward ratios, and a rate it refuses.
+    (F8_24, 0, "resample:384000"),
+    (F192_24, PCM, "resample:8000"),
+    (F44_16, PCM, "resample:96000,engine=clean"),
+    (FTOP, 0, "resample:48000"),
+    (F48_16, PCM, "resample:48000"),
+    (F44_16, TOUCH, "resample:48000"),
+    # Hints: a rate reached by doubling and then resampling, and none at all.
+    (F8_24, 0, "decimate hpeq"),
+    (FTOP, 0, "hpeq"),
 ]
 
 # (format, flags, chain after the section step, section file)

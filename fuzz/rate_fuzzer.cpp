@@ -4,7 +4,7 @@
 // the input frames times the rate ratio, rounded down. Streams change rate
 // and restart midway, and now and then one runs long enough to wrap the
 // resampler's input ring and to be cut into pieces. The clean converter's
-// input rate changes now and then, starting a new stream.
+// input rate changes now and then, starting a new stream, as a reset does.
 #include "FuzzSupport.h"
 
 #include <quorvex/CleanResampler.h>
@@ -15,6 +15,9 @@
 #include <climits>
 #include <cmath>
 #include <cstdint>
+#include <map>
+#include <memory>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -104,10 +107,11 @@ void resample(FuzzedDataProvider& bytes, ReSamplingFilter& filter, Stream& strea
 
 // A block at a new input rate sets the converter up again; only rates it can
 // pair with the output rate are sent, since otherwise it keeps the old pair.
+// The rate it already has is no change: that stream goes on.
 void changeRate(FuzzedDataProvider& bytes, ReSamplingFilter& filter, Stream& stream) {
     const int rate = fuzz::sampleRate(bytes);
     if (commonMultiple(rate, stream.outRate) == 0) return;
-    stream.restart(rate);
+    if (rate != stream.inRate) stream.restart(rate);
     fuzz::InputBlock in(bytes, 2 * affordableFrames(stream), rate, fuzz::bitDepth(bytes));
     runBlock(in, 0, filter, stream);
 }
@@ -157,13 +161,21 @@ struct CleanStream {
 
 void cleanResample(FuzzedDataProvider& bytes, quorvex::CleanResampler& filter, int outRate,
                    CleanStream& stream) {
-    if (bytes.ConsumeIntegralInRange<int>(0, 15) == 0) stream = {fuzz::sampleRate(bytes), {}};
+    // A new rate starts a new stream; the rate the stream has is no change.
+    const int rate =
+        bytes.ConsumeIntegralInRange<int>(0, 15) == 0 ? fuzz::sampleRate(bytes) : stream.inRate;
+    const bool changed = rate != stream.inRate;
+    if (changed) stream = {rate, {}};
     fuzz::InputBlock in(bytes, kMaxBlock, stream.inRate, fuzz::bitDepth(bytes));
     const bool converts = quorvex::CleanResampler::converts(stream.inRate, outRate);
     const int64_t inFrames = stream.counts.inFrames + in.buffer.length / 2;
     // A pair the converter refuses has no output due; rates may be 0 or negative.
     const int64_t due =
         converts ? 2 * (inFrames * outRate / stream.inRate - stream.counts.outFrames) : 0;
+    // Until a block at a new rate arrives, the converter still has the old one.
+    if (!changed)
+        fuzz::require(2 * filter.outputFrames(in.buffer.length / 2) == due,
+                      "clean converter's output count");
     const int capacity = static_cast<int>(
         std::clamp<int64_t>(due + bytes.ConsumeIntegralInRange<int>(-2, 2), 0, kMaxOutput));
     fuzz::GuardedOutput out(capacity);
@@ -178,6 +190,32 @@ void cleanResample(FuzzedDataProvider& bytes, quorvex::CleanResampler& filter, i
     stream.counts.outFrames += due / 2;
 }
 
+// Designing a clean converter's table costs more than most runs, so each
+// input takes one already designed for its rate pair and resets it, which
+// starts a new stream as a fresh one would; converters whose input rate
+// changed go back under their new pair.
+class CleanConverters {
+public:
+    std::unique_ptr<quorvex::CleanResampler> take(int inRate, int outRate) {
+        const auto found = kept.find({inRate, outRate});
+        if (found == kept.end())
+            return std::make_unique<quorvex::CleanResampler>(inRate, outRate, 24);
+        auto converter = std::move(found->second);
+        kept.erase(found);
+        converter->reset();
+        return converter;
+    }
+
+    void giveBack(std::unique_ptr<quorvex::CleanResampler> converter, int inRate, int outRate) {
+        if (kept.size() >= kMostKept) kept.clear();
+        kept.emplace(std::make_pair(inRate, outRate), std::move(converter));
+    }
+
+private:
+    static constexpr size_t kMostKept = 64;
+    std::map<std::pair<int, int>, std::unique_ptr<quorvex::CleanResampler>> kept;
+};
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -191,7 +229,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // Rates without a usable common multiple leave the converter as it was.
     const bool convertible = commonMultiple(stream.inRate, stream.outRate) != 0;
     ReSamplingFilter resampler(stream.inRate, 24, stream.outRate, 24);
-    quorvex::CleanResampler clean(stream.inRate, stream.outRate, 24);
+    static CleanConverters cleanConverters;
+    auto cleanConverter = cleanConverters.take(stream.inRate, stream.outRate);
+    quorvex::CleanResampler& clean = *cleanConverter;
     CleanStream cleanStream{stream.inRate, {}};
     while (bytes.remaining_bytes() > 0) {
         const int choice = bytes.ConsumeIntegralInRange<int>(0, 255);
@@ -205,6 +245,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                           "the decimator has no parameters");
             if (convertible) resampler.reset();
             stream.restart(stream.inRate);
+            // A reset clean converter starts its stream again at the rate it has.
+            clean.reset();
+            cleanStream.counts = {};
+            fuzz::require(clean.getParamData(0, nullptr, 0) == 0 &&
+                              clean.setParamData(0, nullptr, 0) == 0 && clean.getName() != nullptr,
+                          "the clean converter has no parameters");
         } else if (choice < 144) {
             cleanResample(bytes, clean, stream.outRate, cleanStream);
         } else if (!convertible) {
@@ -219,5 +265,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             longStream(bytes, resampler, stream);
         }
     }
+    cleanConverters.giveBack(std::move(cleanConverter), cleanStream.inRate, stream.outRate);
     return 0;
 }
