@@ -218,58 +218,121 @@ QUORVEX_KERNEL_INLINE void radix2Pass(float* re, float* im, int h, const float* 
     }
 }
 
-QUORVEX_KERNEL_INLINE void multiplySpectrum(float* re, float* im, int n, const float* hRe,
-                                            const float* hIm) {
-    for (int k = 0; k < n; k += 8) {
-        Complex x, h, y;
-        load(x.re, re + k);
-        load(x.im, im + k);
-        load(h.re, hRe + k);
-        load(h.im, hIm + k);
-        turn(y, x, h);
-        store(re + k, y.re);
-        store(im + k, y.im);
+// Spectra in bit-reversed order hold X[k] and X[k + n/2] side by side, at
+// 2i and 2i + 1, where i holds X[k] in the order of half the size.
+
+// Rising: a block whose odd samples are zero has the spectrum of its even
+// samples at half the size, twice over; each value meets both filter values.
+QUORVEX_KERNEL_INLINE void spreadMultiply(const float* re, const float* im, int half,
+                                          const float* hRe, const float* hIm, float* outRe,
+                                          float* outIm) {
+    for (int i = 0; i < half; i += 8) {
+        Complex x[2] = {}, h, y;
+        for (int k = 0; k < 2; ++k) {
+            for (int j = 0; j < 8; ++j) {
+                x[k].re[j] = re[i + 4 * k + j / 2];
+                x[k].im[j] = im[i + 4 * k + j / 2];
+            }
+        }
+        for (int k = 0; k < 2; ++k) {
+            load(h.re, hRe + 2 * i + 8 * k);
+            load(h.im, hIm + 2 * i + 8 * k);
+            turn(y, x[k], h);
+            store(outRe + 2 * i + 8 * k, y.re);
+            store(outIm + 2 * i + 8 * k, y.im);
+        }
     }
 }
 
-QUORVEX_KERNEL_INLINE void convolveBlock(float* re, float* im, const FftConvolver::Tables& t) {
-    const int n = t.n;
-    if (t.halfPass) radix2Pass<true>(re, im, n / 2, t.halfRe, t.halfIm);
+// The sums of adjacent lanes, a's pairs then b's.
+QUORVEX_KERNEL_INLINE void pairSums(Lanes& sum, const Lanes& a, const Lanes& b) {
+    const Lanes evens = {a[0], a[2], a[4], a[6], b[0], b[2], b[4], b[6]};
+    const Lanes odds = {a[1], a[3], a[5], a[7], b[1], b[3], b[5], b[7]};
+    sum = evens + odds;
+}
+
+// Falling: the even samples of the filtered block are the inverse at half
+// the size of the spectrum folded onto its first half.
+QUORVEX_KERNEL_INLINE void foldMultiply(const float* re, const float* im, int half,
+                                        const float* hRe, const float* hIm, float* outRe,
+                                        float* outIm) {
+    for (int i = 0; i < half; i += 8) {
+        Complex y[2];
+        for (int k = 0; k < 2; ++k) {
+            Complex x, h;
+            load(x.re, re + 2 * i + 8 * k);
+            load(x.im, im + 2 * i + 8 * k);
+            load(h.re, hRe + 2 * i + 8 * k);
+            load(h.im, hIm + 2 * i + 8 * k);
+            turn(y[k], x, h);
+        }
+        Lanes sum;
+        pairSums(sum, y[0].re, y[1].re);
+        store(outRe + i, sum);
+        pairSums(sum, y[0].im, y[1].im);
+        store(outIm + i, sum);
+    }
+}
+
+// The radix-4 passes over runs of `length`, the first of quarter-span
+// t.firstQuarter.
+template <bool Forward>
+QUORVEX_KERNEL_INLINE void quarterPasses(float* re, float* im, int length,
+                                         const FftConvolver::Tables& t) {
     const float* tw = t.radix4;
-    for (int q = t.firstQuarter; q >= 16; q /= 4) {
-        radix4Pass<true>(re, im, n, q, tw);
-        tw += 6 * q;
+    for (int q = t.firstQuarter; q >= 16; q /= 4) tw += 6 * q;
+    if (Forward) {
+        const float* w = t.radix4;
+        for (int q = t.firstQuarter; q >= 16; q /= 4) {
+            radix4Pass<true>(re, im, length, q, w);
+            w += 6 * q;
+        }
+        smallPasses<true>(re, im, length, tw);
+    } else {
+        smallPasses<false>(re, im, length, tw);
+        for (int q = 16; q <= t.firstQuarter; q *= 4) {
+            tw -= 6 * q;
+            radix4Pass<false>(re, im, length, q, tw);
+        }
     }
-    smallPasses<true>(re, im, n, tw);
-    multiplySpectrum(re, im, n, t.spectrumRe, t.spectrumIm);
-    smallPasses<false>(re, im, n, tw);
-    for (int q = 16; q <= t.firstQuarter; q *= 4) {
-        tw -= 6 * q;
-        radix4Pass<false>(re, im, n, q, tw);
-    }
-    if (t.halfPass) radix2Pass<false>(re, im, n / 2, t.halfRe, t.halfIm);
 }
 
-void convolvePlain(float* re, float* im, const FftConvolver::Tables& t) {
-    convolveBlock(re, im, t);
+QUORVEX_KERNEL_INLINE void convolveBlock(float* re, float* im, float* outRe, float* outIm,
+                                         bool rising, const FftConvolver::Tables& t) {
+    const int half = t.n / 2;
+    if (rising) {
+        quarterPasses<true>(re, im, half, t);
+        spreadMultiply(re, im, half, t.spectrumRe, t.spectrumIm, outRe, outIm);
+        quarterPasses<false>(outRe, outIm, t.n, t);
+        radix2Pass<false>(outRe, outIm, half, t.halfRe, t.halfIm);
+    } else {
+        radix2Pass<true>(re, im, half, t.halfRe, t.halfIm);
+        quarterPasses<true>(re, im, t.n, t);
+        foldMultiply(re, im, half, t.spectrumRe, t.spectrumIm, outRe, outIm);
+        quarterPasses<false>(outRe, outIm, half, t);
+    }
+}
+
+void convolvePlain(float* re, float* im, float* outRe, float* outIm, bool rising,
+                   const FftConvolver::Tables& t) {
+    convolveBlock(re, im, outRe, outIm, rising, t);
 }
 
 #ifdef QUORVEX_WIDE_KERNELS
 // Each lane does the same operations in the same order as the plain build.
 const bool kWideFft = framework::wideKernelsRun();
 
-QUORVEX_FMA_TARGET void convolveWide(float* re, float* im, const FftConvolver::Tables& t) {
-    convolveBlock(re, im, t);
+QUORVEX_FMA_TARGET void convolveWide(float* re, float* im, float* outRe, float* outIm,
+                                     bool rising, const FftConvolver::Tables& t) {
+    convolveBlock(re, im, outRe, outIm, rising, t);
 }
 #endif
 
 }  // namespace
 
 FftConvolver::FftConvolver(int size) : n(size), spectrumRe(size), spectrumIm(size) {
-    int log2 = 0;
-    while ((1 << log2) < n) ++log2;
-    const bool halfPass = log2 % 2 == 1;
-    const int firstQuarter = (halfPass ? n / 2 : n) / 4;
+    // Both n and n / 2 run the same radix-4 passes, n after one radix-2 pass.
+    const int firstQuarter = n / 8;
     // Twiddles of a radix-4 pass with quarter-span q: exp(-2 pi i k j / 4q)
     // for k = 1, 2, 3, down to the span-16 pass the small passes hold.
     for (int q = firstQuarter; q >= 4; q /= 4) {
@@ -285,7 +348,6 @@ FftConvolver::FftConvolver(int size) : n(size), spectrumRe(size), spectrumIm(siz
     for (int j = 0; j < n / 2; ++j)
         halfTwiddles.push_back(static_cast<float>(std::sin(-2.0 * kPi * j / n)));
     tables = {n,
-              halfPass,
               firstQuarter,
               twiddles.data(),
               halfTwiddles.data(),
@@ -302,11 +364,12 @@ void FftConvolver::setSpectrum(const std::vector<double>& re, const std::vector<
     }
 }
 
-void FftConvolver::convolve(float* re, float* im) const {
+void FftConvolver::convolve(float* re, float* im, float* outRe, float* outIm,
+                            bool rising) const {
 #ifdef QUORVEX_WIDE_KERNELS
-    if (kWideFft) return convolveWide(re, im, tables);
+    if (kWideFft) return convolveWide(re, im, outRe, outIm, rising, tables);
 #endif
-    convolvePlain(re, im, tables);
+    convolvePlain(re, im, outRe, outIm, rising, tables);
 }
 
 }  // namespace quorvex::clean

@@ -4,8 +4,10 @@
 // The steep stage's arithmetic: circular convolution of a block of complex
 // float samples (left channel real, right imaginary) with a filter spectrum,
 // through a power-of-two FFT of our own: radix-4 passes over split arrays,
-// one radix-2 pass first for odd powers of two, the two shortest passes
-// merged inside each run of 16 points, and no reordering pass.
+// one radix-2 pass for the full size, the two shortest passes merged inside
+// each run of 16 points, and no reordering pass. One side of each
+// convolution runs at half the size: a block rising to twice its rate has
+// a zero after each sample, and one falling to half keeps every second.
 
 #include <vector>
 
@@ -13,7 +15,7 @@ namespace quorvex::clean {
 
 class FftConvolver {
 public:
-    // `size` a power of two, at least 32.
+    // `size` an odd power of two, at least 128.
     explicit FftConvolver(int size);
 
     int size() const { return n; }
@@ -22,16 +24,18 @@ public:
     // order the forward transform leaves its output in.
     void setSpectrum(const std::vector<double>& re, const std::vector<double>& im);
 
-    // Replaces re + i im by its circular convolution with the filter whose
-    // spectrum was set, the 1 / size of the inverse transform included only
-    // if the spectrum carries it. Same bits in every build.
-    void convolve(float* re, float* im) const;
+    // The circular convolution of a block with the filter whose spectrum
+    // was set, the 1 / size of the inverse transform included only if the
+    // spectrum carries it; re and im are overwritten. Rising, they hold the
+    // block's even samples (size / 2, its odd ones zero) and out* receives
+    // the whole result; falling, they hold the whole block and out* receives
+    // the result's even samples. Same bits in every build.
+    void convolve(float* re, float* im, float* outRe, float* outIm, bool rising) const;
 
     // What the kernels read, set up once.
     struct Tables {
         int n;
-        bool halfPass;
-        int firstQuarter;      // quarter-span of the first radix-4 pass
+        int firstQuarter;     // quarter-span of the first radix-4 pass
         const float* radix4;   // each pass's w1, w2, w3 (re, im), longest pass first
         const float* halfRe;   // the radix-2 pass's twiddles
         const float* halfIm;

@@ -175,8 +175,7 @@ struct CleanResampler::State {
         }
         if (!rising)
             middle.resize(2 * (static_cast<size_t>(kPieceFrames) * middleRate / inRate + 2));
-        steep = std::make_unique<clean::SteepStage>(middleRate, pass, lowerNyquist,
-                                                    rising ? 2.0 : 1.0, rising ? 2 : 1);
+        steep = std::make_unique<clean::SteepStage>(middleRate, pass, lowerNyquist, rising);
         return true;
     }
 

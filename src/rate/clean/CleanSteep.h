@@ -15,10 +15,11 @@ namespace quorvex::clean {
 
 class SteepStage {
 public:
-    // A low-pass at `rate` flat to passHz and stopping from stopHz, with
-    // `gain` at 0 Hz. Samples come in runs of `grain` (2 when every second
-    // one is a stuffed zero) and each run gives as many outputs at once.
-    SteepStage(int rate, double passHz, double stopHz, double gain, int grain);
+    // A low-pass at `rate` flat to passHz and stopping from stopHz. Rising,
+    // every second sample is a stuffed zero, samples come in pairs and each
+    // pair gives two outputs at once; falling, only every second output is
+    // used: those the stream hands on at odd positions, counted from 0.
+    SteepStage(int rate, double passHz, double stopHz, bool rise);
 
     // How many samples later than its input the output comes.
     double delaySamples() const { return lead + 0.5 * (taps - 1); }
@@ -53,6 +54,7 @@ private:
     void convolveBlock();
 
     FftConvolver fft;
+    bool rising;
     int taps;
     int hop;   // new samples per block
     int lead;  // silence ahead of the first sample, so every owed output is ready
@@ -60,6 +62,7 @@ private:
     // `filled` new ones.
     std::vector<float> blockRe, blockIm;
     std::vector<float> workRe, workIm;
+    std::vector<float> resultRe, resultIm;
     // The last block's outputs, handed on from `read`.
     std::vector<float> queueRe, queueIm;
     int filled = 0;
