@@ -57,15 +57,15 @@ bool inRange(int rate) {
 }
 
 // The pair reduced, with taps reaching kAttenuationDb across a transition
-// `width` wide (cycles per input period) and the edge at `cutoff`; up == 0
-// when the terms or the table are too large.
-Design reducedDesign(int inRate, int outRate, double width, double cutoff) {
+// `width` wide (cycles per input period), `extraGroups` more, and the edge
+// at `cutoff`; up == 0 when the terms or the table are too large.
+Design reducedDesign(int inRate, int outRate, double width, double cutoff, int extraGroups) {
     const int divisor = std::gcd(inRate, outRate);
     Design d;
     d.up = outRate / divisor;
     d.down = inRate / divisor;
     if (d.passThrough()) return d;
-    const int groups = static_cast<int>(std::ceil(kaiserLength(width) / kTapGroup));
+    const int groups = static_cast<int>(std::ceil(kaiserLength(width) / kTapGroup)) + extraGroups;
     d.taps = groups * kTapGroup;
     const int reach = kTapGroup - 1 + (kBatch - 1) * (d.down / d.up + 1);
     d.pad = (reach + kTapGroup - 1) / kTapGroup * kTapGroup;
@@ -85,12 +85,14 @@ Design designFor(int inRate, int outRate) {
     const double lowerNyquist = 0.5 * std::min(inRate, outRate);
     const double width = (1.0 - kPassFraction) * lowerNyquist / inRate;
     return reducedDesign(inRate, outRate, width,
-                         0.5 * (1.0 + kPassFraction) * lowerNyquist / inRate);
+                         0.5 * (1.0 + kPassFraction) * lowerNyquist / inRate, 0);
 }
 
 Design shortDesignFor(int inRate, int outRate, double passHz, double stopHz) {
-    Design d =
-        reducedDesign(inRate, outRate, (stopHz - passHz) / inRate, 0.5 * (passHz + stopHz) / inRate);
+    // Kaiser's estimate falls short for a filter of a few taps: a group
+    // more keeps the margin below the stop-band target.
+    Design d = reducedDesign(inRate, outRate, (stopHz - passHz) / inRate,
+                             0.5 * (passHz + stopHz) / inRate, 1);
     d.phasesSumToOne = stopHz + passHz <= inRate;
     return d;
 }

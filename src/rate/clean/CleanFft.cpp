@@ -327,8 +327,8 @@ void convolvePlain(float* re, float* im, float* outRe, float* outIm, bool rising
 // Each lane does the same operations in the same order as the plain build.
 const bool kWideFft = framework::wideKernelsRun();
 
-QUORVEX_FMA_TARGET void convolveWide(float* re, float* im, float* outRe, float* outIm,
-                                     bool rising, const FftConvolver::Tables& t) {
+QUORVEX_FMA_TARGET void convolveWide(float* re, float* im, float* outRe, float* outIm, bool rising,
+                                     const FftConvolver::Tables& t) {
     convolveBlock(re, im, outRe, outIm, rising, t);
 }
 #endif
@@ -369,8 +369,7 @@ void FftConvolver::setSpectrum(const std::vector<double>& re, const std::vector<
     }
 }
 
-void FftConvolver::convolve(float* re, float* im, float* outRe, float* outIm,
-                            bool rising) const {
+void FftConvolver::convolve(float* re, float* im, float* outRe, float* outIm, bool rising) const {
 #ifdef QUORVEX_WIDE_KERNELS
     if (kWideFft) return convolveWide(re, im, outRe, outIm, rising, tables);
 #endif

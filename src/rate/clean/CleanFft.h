@@ -36,8 +36,8 @@ public:
     struct Tables {
         int n;
         int firstQuarter;     // quarter-span of the first radix-4 pass
-        const float* radix4;   // each pass's w1, w2, w3 (re, im), longest pass first
-        const float* halfRe;   // the radix-2 pass's twiddles
+        const float* radix4;  // each pass's w1, w2, w3 (re, im), longest pass first
+        const float* halfRe;  // the radix-2 pass's twiddles
         const float* halfIm;
         const float* spectrumRe;
         const float* spectrumIm;

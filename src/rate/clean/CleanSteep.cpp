@@ -41,8 +41,8 @@ void paddedSpectrum(const std::vector<double>& h, int n, int advance, std::vecto
 SteepStage::SteepStage(int rate, double passHz, double stopHz, bool rise)
     : fft(kFftSize), rising(rise) {
     // Rising, every second input is a stuffed zero, which the gain makes up.
-    const std::vector<double> h = steepTaps(0.5 * (passHz + stopHz) / rate,
-                                            (stopHz - passHz) / rate, rising ? 2.0 : 1.0);
+    const std::vector<double> h =
+        steepTaps(0.5 * (passHz + stopHz) / rate, (stopHz - passHz) / rate, rising ? 2.0 : 1.0);
     taps = static_cast<int>(h.size());
     hop = kFftSize - taps + 1;
     lead = hop - (rising ? 2 : 1);
