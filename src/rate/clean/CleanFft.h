@@ -18,8 +18,6 @@ public:
     // `size` an odd power of two, at least 128.
     explicit FftConvolver(int size);
 
-    int size() const { return n; }
-
     // The spectrum to multiply by, given in natural order; stored in the
     // order the forward transform leaves its output in.
     void setSpectrum(const std::vector<double>& re, const std::vector<double>& im);
