@@ -324,8 +324,11 @@ void convolvePlain(float* re, float* im, float* outRe, float* outIm, bool rising
 }
 
 #ifdef QUORVEX_WIDE_KERNELS
-// Each lane does the same operations in the same order as the plain build.
-const bool kWideFft = framework::wideKernelsRun();
+// Each lane does the same operations in the same order as the plain build,
+// with no product contracted into a sum. Built for the processors the
+// fused kernels run on, for their wider integer shuffles in the
+// transpositions, and chosen by the same test.
+const bool kWideFft = framework::fmaKernelsRun();
 
 QUORVEX_FMA_TARGET void convolveWide(float* re, float* im, float* outRe, float* outIm, bool rising,
                                      const FftConvolver::Tables& t) {
