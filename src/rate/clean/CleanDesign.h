@@ -26,6 +26,11 @@ struct Design {
     // output of a batch may start past the tap group its first output starts
     // in. As many and one group more follow the run.
     int pad = 0;
+    double cutoff = 0.0;  // the low-pass edge, in cycles per input period
+    // Whether each phase's run sums to 1; otherwise the table as a whole
+    // averages 1 per phase, for a stop band reaching past the input rate,
+    // where the runs' sums differ by design.
+    bool phasesSumToOne = true;
 
     int rowStride() const { return taps + 2 * pad + kTapGroup; }
 
@@ -37,11 +42,22 @@ struct Design {
 // kMostRatioTerm, too large a table).
 Design designFor(int inRate, int outRate);
 
+// The design of the short stage beside the steep one: flat to `passHz`,
+// stopping from `stopHz`; up == 0 when the pair's terms or its table are
+// too large.
+Design shortDesignFor(int inRate, int outRate, double passHz, double stopHz);
+
 // The phase table: run p (of d.taps taps, oldest input first, starting
 // d.pad floats into row p of d.rowStride()) weights the inputs of an output
 // that lies p / d.up input periods past an input frame. Each run sums to 1,
-// so a constant comes out unchanged.
-std::vector<float> phaseTable(const Design& d, int inRate, int outRate);
+// so a constant comes out unchanged (on average over the phases when the
+// design says otherwise).
+std::vector<float> phaseTable(const Design& d);
+
+// The taps of a linear-phase low-pass of odd length reaching the stop-band
+// attenuation the converter is built for across a transition `width` wide
+// (cycles per sample), its edge at `cutoff`, summing to `gain`.
+std::vector<double> steepTaps(double cutoff, double width, double gain);
 
 }  // namespace quorvex::clean
 
