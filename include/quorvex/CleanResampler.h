@@ -10,11 +10,13 @@
 namespace quorvex {
 
 // Converts a stereo stream to a fixed output rate through a linear-phase
-// polyphase low-pass: flat within 0.01 dB up to 0.9 x the lower of the two
-// Nyquist frequencies and more than 120 dB down from that Nyquist frequency
-// on, so neither images nor aliases survive whichever way the rate goes.
-// The filter grows with the ratio: 168 input taps per output at 44.1 kHz to
-// 48 kHz, 360 at 96 kHz to 44.1 kHz.
+// low-pass: flat within 0.01 dB up to 0.9 x the lower of the two Nyquist
+// frequencies and more than 120 dB down from that Nyquist frequency on, so
+// neither images nor aliases survive whichever way the rate goes. Close
+// rates (44.1 kHz to 48 kHz: 168 input taps per output) take one polyphase
+// stage; rates far apart (44.1 kHz to 96 kHz, 96 kHz to 44.1 or 48 kHz)
+// take the steep part by FFT convolution at twice the lower rate and a short
+// polyphase stage between that and the other rate.
 //
 // Every instance keeps its own state, so several may run at once on
 // different threads. Rates from 8 kHz to 384 kHz convert when their ratio
