@@ -498,11 +498,6 @@ QUORVEX_KERNEL_INLINE void enhanceChunk(HeldLine<33>& low, BlockLine<NH>& high, 
     outputSection(smooth, gain, pre, low.input(0), low.input(1), y, samples);
 }
 
-template <class Line>
-QUORVEX_KERNEL_INLINE void settleLine(Line& line) {
-    line.settle();
-}
-
 // Every pass in a plain build and, where the compiler can, a 256-bit one.
 const bool kWideBlocks = framework::wideKernelsRun();
 
@@ -518,7 +513,7 @@ void enhanceChunkPlain(HeldLine<33>& low, BlockLine<NH>& high, const Emphasis& p
 
 template <class Line>
 void settleLinePlain(Line& line) {
-    settleLine(line);
+    line.settle();
 }
 
 #ifdef QUORVEX_WIDE_KERNELS
@@ -535,7 +530,7 @@ QUORVEX_WIDE_TARGET void enhanceChunkWide(HeldLine<33>& low, BlockLine<NH>& high
 
 template <class Line>
 QUORVEX_WIDE_TARGET void settleLineWide(Line& line) {
-    settleLine(line);
+    line.settle();
 }
 #endif
 
