@@ -433,11 +433,23 @@ QUORVEX_KERNEL_INLINE void interpolateChunk(const double* x, double* y, int fram
 // The pre-emphasis of a block, and where the frames after the current chunk
 // are, so that the chunk's last loop can emphasise them.
 struct Emphasis {
-    VelmoStereoStep step;
     VelmoSectionParts parts;
     const double* next;
     int nextFrames;
 };
+
+// The block's first chunk through the pre-emphasis, frame i's results at
+// outL[i] and outR[i]; the histories stay in registers meanwhile.
+void emphasiseFirst(const VelmoSectionParts& s, const double* x, int frames, double* outL,
+                    double* outR) {
+    dsp::SectionHistory<double> left = *s.left, right = *s.right;
+    for (int i = 0; i < frames; ++i) {
+        outL[i] = dsp::runSection(*s.coeffs, left, x[2 * i]);
+        outR[i] = dsp::runSection(*s.coeffs, right, x[2 * i + 1]);
+    }
+    *s.left = left;
+    *s.right = right;
+}
 
 // The output section over the chunk. Its recurrence leaves the processor idle
 // between steps, so the next chunk's pre-emphasis, a recurrence of its own,
@@ -451,7 +463,7 @@ QUORVEX_KERNEL_INLINE void outputSection(BiquadState& smooth, double gain, const
         y[2 * t + 1] = dsp::runSection(sVelmoLpf2, right, sLow[1][t] + sHigh[1][t] * gain);
     };
     int t = 0;
-    if (pre.nextFrames > 0 && pre.parts.coeffs != nullptr) {
+    if (pre.nextFrames > 0) {
         const dsp::SectionCoeffs& c = *pre.parts.coeffs;
         dsp::SectionHistory<double> emphL = *pre.parts.left, emphR = *pre.parts.right;
         for (int i = 0; i < pre.nextFrames; ++i, t += 2) {
@@ -462,8 +474,6 @@ QUORVEX_KERNEL_INLINE void outputSection(BiquadState& smooth, double gain, const
         }
         *pre.parts.left = emphL;
         *pre.parts.right = emphR;
-    } else if (pre.nextFrames > 0) {
-        VelmoPreEmphasise(pre.step, pre.next, pre.nextFrames, nextL, nextR);
     }
     for (; t < samples; ++t) output(t);
     smooth.left = left;
@@ -488,11 +498,6 @@ QUORVEX_KERNEL_INLINE void enhanceChunk(HeldLine<33>& low, BlockLine<NH>& high, 
     outputSection(smooth, gain, pre, low.input(0), low.input(1), y, samples);
 }
 
-template <class Line>
-QUORVEX_KERNEL_INLINE void settleLine(Line& line) {
-    line.settle();
-}
-
 // Every pass in a plain build and, where the compiler can, a 256-bit one.
 const bool kWideBlocks = framework::wideKernelsRun();
 
@@ -508,7 +513,7 @@ void enhanceChunkPlain(HeldLine<33>& low, BlockLine<NH>& high, const Emphasis& p
 
 template <class Line>
 void settleLinePlain(Line& line) {
-    settleLine(line);
+    line.settle();
 }
 
 #ifdef QUORVEX_WIDE_KERNELS
@@ -525,7 +530,7 @@ QUORVEX_WIDE_TARGET void enhanceChunkWide(HeldLine<33>& low, BlockLine<NH>& high
 
 template <class Line>
 QUORVEX_WIDE_TARGET void settleLineWide(Line& line) {
-    settleLine(line);
+    line.settle();
 }
 #endif
 
@@ -548,8 +553,8 @@ void enhance(HeldLine<33>& low, BlockLine<NH>& high, double gain, BiquadState& s
     const auto chunkAt = [frames](int done) {
         return frames - done < kChunkFrames ? frames - done : kChunkFrames;
     };
-    VelmoPreEmphasise(section, x, chunkAt(0), low.input(0), low.input(1));
-    Emphasis pre{section, VelmoPreEmphasisParts(section), nullptr, 0};
+    Emphasis pre{VelmoPreEmphasisParts(section), nullptr, 0};
+    emphasiseFirst(pre.parts, x, chunkAt(0), low.input(0), low.input(1));
     for (int done = 0; done < frames; done += kChunkFrames) {
         const int n = chunkAt(done);
         pre.next = x + 2 * (done + n);

@@ -15,7 +15,8 @@ enum class VelmoKernel { kCD, kMP3, kCD32, kMP332 };
 // Velmo_OFF frame by frame.
 void VelmoInterpolateBlock(const double* x, double* y, int frames);
 
-// `section`, then the enhancer kernel `kernel`, frame by frame.
+// `section`, one of the pre-emphasis sections, then the enhancer kernel
+// `kernel`, frame by frame.
 void VelmoEnhanceBlock(VelmoKernel kernel, VelmoStereoStep section, const double* x, double* y,
                        int frames);
 

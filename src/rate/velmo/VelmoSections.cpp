@@ -319,20 +319,3 @@ VelmoSectionParts VelmoPreEmphasisParts(VelmoStereoStep step) {
         if (s.step == step) return {&s.coeffs, &s.state.left, &s.state.right};
     return {nullptr, nullptr, nullptr};
 }
-
-void VelmoPreEmphasise(VelmoStereoStep section, const double* x, int frames, double* outL,
-                       double* outR) {
-    const VelmoSectionParts s = VelmoPreEmphasisParts(section);
-    if (s.coeffs == nullptr) {
-        for (int i = 0; i < frames; ++i) section(x[2 * i], x[2 * i + 1], &outL[i], &outR[i]);
-        return;
-    }
-    // The histories stay in registers rather than round memory each frame.
-    dsp::SectionHistory<double> left = *s.left, right = *s.right;
-    for (int i = 0; i < frames; ++i) {
-        outL[i] = dsp::runSection(*s.coeffs, left, x[2 * i]);
-        outR[i] = dsp::runSection(*s.coeffs, right, x[2 * i + 1]);
-    }
-    *s.left = left;
-    *s.right = right;
-}

@@ -68,11 +68,6 @@ void Velmo_Fine_48K_16(double inL, double inR, double* outL, double* outR);
 void Velmo_Super_48K_24(double inL, double inR, double* outL, double* outR);
 void Velmo_Super_48K_16(double inL, double inR, double* outL, double* outR);
 
-// One of the pre-emphasis sections above over `frames` interleaved stereo
-// frames, frame i's results at outL[i] and outR[i].
-void VelmoPreEmphasise(VelmoStereoStep section, const double* x, int frames, double* outL,
-                       double* outR);
-
 // A pre-emphasis section's coefficients and its channels' histories, for a
 // block pass that runs it beside other work; all null for any other step.
 struct VelmoSectionParts {
