@@ -61,6 +61,16 @@ double runBlocks(benchmark::State& state, Block&& block, int frames, int reportR
     return static_cast<double>(frames) * static_cast<double>(state.iterations()) / seconds;
 }
 
+// Frames per CPU second of `block`, `frames` input frames a call, over a
+// short run outside the timed loop: a peer's speed beside a row's own.
+template <typename Block>
+double glanceFramesPerSecond(Block& block, int frames) {
+    const double start = threadCpuSeconds();
+    long blocks = 0;
+    for (; threadCpuSeconds() - start < 0.3; ++blocks) block();
+    return static_cast<double>(blocks) * frames / (threadCpuSeconds() - start);
+}
+
 // The input of a filter's block.
 struct BlockFormat {
     int sampleRate;

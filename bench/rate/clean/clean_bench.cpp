@@ -48,22 +48,13 @@ private:
     std::unique_ptr<soxr, decltype(&soxr_delete)> converter{nullptr, soxr_delete};
 };
 
-// Frames per CPU second of `block` over a short run outside the timed loop.
-template <typename Block>
-double glance(Block& block) {
-    const double start = bench::threadCpuSeconds();
-    long blocks = 0;
-    for (; bench::threadCpuSeconds() - start < 0.3; ++blocks) block();
-    return blocks * kFrames / (bench::threadCpuSeconds() - start);
-}
-
 void BM_Clean_quorvex(benchmark::State& state) {
     const int inRate = static_cast<int>(state.range(0));
     const int outRate = static_cast<int>(state.range(1));
     CleanConverter ours(inRate, outRate);
     const double framesPerSecond = bench::runBlocks(state, ours.block, kFrames, inRate);
     SoxrConverter peer(inRate, outRate);
-    state.counters["x_soxr_hq"] = framesPerSecond / glance(peer);
+    state.counters["x_soxr_hq"] = framesPerSecond / bench::glanceFramesPerSecond(peer, kFrames);
 }
 
 void BM_Clean_soxr_hq(benchmark::State& state) {
@@ -72,7 +63,7 @@ void BM_Clean_soxr_hq(benchmark::State& state) {
     SoxrConverter peer(inRate, outRate);
     const double framesPerSecond = bench::runBlocks(state, peer, kFrames, inRate);
     CleanConverter ours(inRate, outRate);
-    state.counters["x_clean"] = framesPerSecond / glance(ours.block);
+    state.counters["x_clean"] = framesPerSecond / bench::glanceFramesPerSecond(ours.block, kFrames);
 }
 
 void ratePairs(benchmark::internal::Benchmark* b) {

@@ -39,10 +39,7 @@ double ourFramesPerSecond(int inRate, int outRate) {
     auto found = ourRates().find({inRate, outRate});
     if (found != ourRates().end()) return found->second;
     OurConverter converter(inRate, outRate);
-    const double start = bench::threadCpuSeconds();
-    long blocks = 0;
-    for (; bench::threadCpuSeconds() - start < 0.3; ++blocks) converter.block();
-    return ourRates()[{inRate, outRate}] = blocks * kFrames / (bench::threadCpuSeconds() - start);
+    return ourRates()[{inRate, outRate}] = bench::glanceFramesPerSecond(converter.block, kFrames);
 }
 
 // A peer's blocks through the shared loop, with its speed against ours.

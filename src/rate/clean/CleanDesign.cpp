@@ -12,9 +12,6 @@ constexpr double kPi = 3.141592653589793;
 // Stop-band attenuation the length is chosen for: 120 dB and a margin for
 // the float taps and sums.
 constexpr double kAttenuationDb = 125.0;
-// The pass band ends at this fraction of the lower Nyquist frequency; the
-// stop band starts at that frequency.
-constexpr double kPassFraction = 0.9;
 
 // Kaiser's estimates of the window's shape and of the length, in samples,
 // that reach kAttenuationDb across a transition `width` wide (in cycles per

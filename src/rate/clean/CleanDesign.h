@@ -16,6 +16,10 @@ inline constexpr int kTapGroup = 8;
 // Consecutive outputs summed together over one pass of the history.
 inline constexpr int kBatch = 4;
 inline constexpr long kMostTableTaps = 1L << 22;
+// The pass band ends at this fraction of the lower Nyquist frequency; the
+// stop band starts at that frequency. One edge for both forms of the
+// converter, so they pass the same band.
+inline constexpr double kPassFraction = 0.9;
 
 // A rate pair reduced to its ratio and the filter that converts it.
 struct Design {

@@ -20,9 +20,6 @@ constexpr int kPieceFrames = 4096;
 // Whole 256-bit vectors.
 constexpr uintptr_t kAlignment = 32;
 
-// The pass band's edge as a fraction of the lower Nyquist frequency.
-constexpr double kPassFraction = 0.9;
-
 // A polyphase stage over planar float history, each channel starting on a
 // 32-byte boundary of `storage`: the window of the next output starts at
 // cursor.first, and `filled` frames are held.
@@ -161,7 +158,7 @@ struct CleanResampler::State {
     bool setUpTwoStages() {
         const int lower = std::min(inRate, outRate);
         const double lowerNyquist = 0.5 * lower;
-        const double pass = kPassFraction * lowerNyquist;
+        const double pass = clean::kPassFraction * lowerNyquist;
         rising = inRate < outRate;
         middleRate = 2 * lower;
         const int shortIn = rising ? middleRate : inRate;
