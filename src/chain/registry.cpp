@@ -238,7 +238,6 @@ void putField(std::vector<unsigned char>& bytes, int offset, T value) {
 
 void ParamBlock::setByte(int offset, unsigned char value) { putField(bytes, offset, value); }
 void ParamBlock::setInt(int offset, int32_t value) { putField(bytes, offset, value); }
-void ParamBlock::setDouble(int offset, double value) { putField(bytes, offset, value); }
 
 void ParamBlock::apply(const std::string& filterName) {
     const int size = static_cast<int>(bytes.size());

@@ -90,7 +90,6 @@ public:
 
     void setByte(int offset, unsigned char value);
     void setInt(int offset, int32_t value);
-    void setDouble(int offset, double value);
     // The bytes as they stand, for a BlockWriter or writeSection.
     unsigned char* data() { return bytes.data(); }
     void apply(const std::string& filterName);
