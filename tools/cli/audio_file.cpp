@@ -586,7 +586,6 @@ void OutputFile::commit() {
     if (closed != 0)
         throw CliError("cannot write " + finalPath + ": " +
                        withoutFullStop(sf_error_number(closed)));
-    if (sink) sink->flush();
     if (!sink && !tempPath.empty()) extendFloatFormatChunkOf(syncFd);
     if (!sink && tempPath.empty()) {
         // Standard output redirected to a file is open for writing only.

@@ -125,12 +125,6 @@ void StreamSink::release() {
             putLittleEndian(&held[4], kStreamAudioSize + static_cast<uint32_t>(at));
             break;
         }
-    flush();
-}
-
-void StreamSink::flush() {
-    if (!holding) return;
-    extendFloatFormatChunk(held);
     holding = false;
     if (!writeAll(fd, held.data(), held.size()))
         throw CliError("cannot write to standard output: " + std::string(std::strerror(errno)));

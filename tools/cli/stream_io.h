@@ -35,8 +35,6 @@ public:
     SF_VIRTUAL_IO* io();
     // Sends the held header on its way; the audio follows it directly.
     void release();
-    // Sends what is still held, with the sizes libsndfile wrote on closing.
-    void flush();
 
 private:
     static sf_count_t length(void* self);
